@@ -1,0 +1,30 @@
+# Every library is a Debian 12 package of tools/packages.txt.
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(OpenSSL REQUIRED)
+find_package(glm REQUIRED)
+pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale)
+pkg_check_modules(POPPLER REQUIRED IMPORTED_TARGET poppler-glib cairo)
+pkg_check_modules(SECCOMP REQUIRED IMPORTED_TARGET libseccomp)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
+
+# imported_library(<target> <header> <include suffix> <libraries…>) for packages without a CMake
+# or pkg-config file.
+function(imported_library target header suffix)
+  find_path(${target}_INCLUDE_DIR ${header} PATH_SUFFIXES ${suffix} REQUIRED)
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(${target} SYSTEM INTERFACE ${${target}_INCLUDE_DIR})
+  foreach(library IN LISTS ARGN)
+    find_library(${target}_${library} ${library} REQUIRED)
+    target_link_libraries(${target} INTERFACE ${${target}_${library}})
+  endforeach()
+endfunction()
+
+imported_library(lanternfly::yuv libyuv.h . yuv)
+imported_library(lanternfly::opencv opencv2/dnn.hpp opencv4 opencv_dnn opencv_imgproc opencv_core)

@@ -1,0 +1,17 @@
+# room(<name> SOURCES <files…> ROOMS <rooms it may include…> LIBRARIES <external libraries…>)
+# declares one folder of the engine as one library lanternfly_<name>. ROOMS repeats
+# tools/layers.toml, where the include check reads it.
+function(room name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;ROOMS;LIBRARIES" ${ARGN})
+  if(ARG_SOURCES)
+    add_library(lanternfly_${name} STATIC ${ARG_SOURCES})
+    set(scope PUBLIC)
+  else()
+    add_library(lanternfly_${name} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+  list(TRANSFORM ARG_ROOMS PREPEND lanternfly_)
+  target_include_directories(lanternfly_${name} ${scope} ${CMAKE_SOURCE_DIR}/engine)
+  target_link_libraries(lanternfly_${name} ${scope} ${ARG_ROOMS} ${ARG_LIBRARIES})
+  target_link_libraries(LanternflyShared INTERFACE lanternfly_${name})
+endfunction()
