@@ -7,17 +7,20 @@
 
 namespace lanternfly {
 
-template <typename Value> class LockedCell {
+template <typename Value>
+class LockedCell {
 public:
     LockedCell() = default;
     explicit LockedCell(Value value) : _value(std::move(value)) {}
 
     // Runs `body(Value&)` under the lock and returns its result. The body must not call out.
-    template <typename Body> decltype(auto) withLock(Body&& body) {
+    template <typename Body>
+    decltype(auto) withLock(Body&& body) {
         const std::lock_guard guard(_mutex);
         return std::forward<Body>(body)(_value);
     }
-    template <typename Body> decltype(auto) withLock(Body&& body) const {
+    template <typename Body>
+    decltype(auto) withLock(Body&& body) const {
         const std::lock_guard guard(_mutex);
         return std::forward<Body>(body)(std::as_const(_value));
     }

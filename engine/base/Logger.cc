@@ -23,10 +23,14 @@ InstalledSink& installedSink() {
 
 spdlog::level::level_enum spdlogLevel(LogLevel level) {
     switch (level) {
-    case LogLevel::debug: return spdlog::level::debug;
-    case LogLevel::info: return spdlog::level::info;
-    case LogLevel::warning: return spdlog::level::warn;
-    case LogLevel::error: return spdlog::level::err;
+    case LogLevel::debug:
+        return spdlog::level::debug;
+    case LogLevel::info:
+        return spdlog::level::info;
+    case LogLevel::warning:
+        return spdlog::level::warn;
+    case LogLevel::error:
+        return spdlog::level::err;
     }
     return spdlog::level::info;
 }
@@ -50,9 +54,13 @@ Logger::Sink Logger::exchangeSink(Sink sink) {
     return std::exchange(installed.sink, std::move(sink));
 }
 
-void Logger::setMinimumLevel(LogLevel level) { currentMinimumLevel.store(level); }
+void Logger::setMinimumLevel(LogLevel level) {
+    currentMinimumLevel.store(level);
+}
 
-LogLevel Logger::minimumLevel() { return currentMinimumLevel.load(std::memory_order_relaxed); }
+LogLevel Logger::minimumLevel() {
+    return currentMinimumLevel.load(std::memory_order_relaxed);
+}
 
 void Logger::write(LogLevel level, std::string_view message) const {
     const LogRecord record{level, _category, message};

@@ -51,7 +51,8 @@ public:
 
 private:
     template <typename... Arguments>
-    void log(LogLevel level, fmt::format_string<Arguments...> text, Arguments&&... arguments) const {
+    void log(LogLevel level, fmt::format_string<Arguments...> text,
+             Arguments&&... arguments) const {
         if (level < minimumLevel()) return;
         fmt::memory_buffer line;
         fmt::format_to(fmt::appender(line), text, std::forward<Arguments>(arguments)...);

@@ -6,10 +6,12 @@
 
 namespace lanternfly {
 
-template <typename... Cases> struct Overloaded : Cases... {
+template <typename... Cases>
+struct Overloaded : Cases... {
     using Cases::operator()...;
 };
-template <typename... Cases> Overloaded(Cases...) -> Overloaded<Cases...>;
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
 
 template <typename Variant, typename... Cases>
 decltype(auto) match(Variant&& variant, Cases&&... cases) {

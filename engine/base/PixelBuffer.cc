@@ -8,7 +8,9 @@ namespace {
 
 constexpr size_t rowAlignmentBytes = 64; // a cache line, and the widest vector register
 
-size_t roundedUp(size_t value, size_t multiple) { return (value + multiple - 1) / multiple * multiple; }
+size_t roundedUp(size_t value, size_t multiple) {
+    return (value + multiple - 1) / multiple * multiple;
+}
 
 size_t strideBytesOf(int width, PixelFormat format) {
     const auto pixels = static_cast<size_t>(width);
@@ -23,7 +25,9 @@ size_t rowCount(int height, PixelFormat format) {
 
 } // namespace
 
-void PixelBuffer::FreeBytes::operator()(uint8_t* bytes) const { std::free(bytes); }
+void PixelBuffer::FreeBytes::operator()(uint8_t* bytes) const {
+    std::free(bytes);
+}
 
 size_t PixelBuffer::sizeBytes(int width, int height, PixelFormat format) {
     if (width < 1 || height < 1 || width > maxSidePX || height > maxSidePX) return 0;

@@ -24,7 +24,8 @@ struct PixelBufferPool::State {
 };
 
 // Keeps the control blocks of the handed-out references for reuse, and the state alive for them.
-template <typename T> struct PixelBufferPool::ControlBlockAllocator {
+template <typename T>
+struct PixelBufferPool::ControlBlockAllocator {
     using value_type = T;
 
     explicit ControlBlockAllocator(std::shared_ptr<State> owner) : state(std::move(owner)) {}
@@ -43,7 +44,8 @@ template <typename T> struct PixelBufferPool::ControlBlockAllocator {
         const std::lock_guard guard(state->mutex);
         state->idleBlocks.push_back(block);
     }
-    template <typename U> bool operator==(const ControlBlockAllocator<U>& other) const {
+    template <typename U>
+    bool operator==(const ControlBlockAllocator<U>& other) const {
         return state == other.state;
     }
 
@@ -90,7 +92,11 @@ PixelBufferPool::Taken PixelBufferPool::take() {
             Status::ok};
 }
 
-int PixelBufferPool::width() const { return _state->width; }
-int PixelBufferPool::height() const { return _state->height; }
+int PixelBufferPool::width() const {
+    return _state->width;
+}
+int PixelBufferPool::height() const {
+    return _state->height;
+}
 
 } // namespace lanternfly

@@ -27,7 +27,8 @@ public:
 
 private:
     struct State;
-    template <typename T> struct ControlBlockAllocator;
+    template <typename T>
+    struct ControlBlockAllocator;
     explicit PixelBufferPool(std::shared_ptr<State> state);
 
     std::shared_ptr<State> _state;

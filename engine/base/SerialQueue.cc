@@ -46,9 +46,12 @@ private:
 
 int niceValue(QualityOfService qualityOfService) {
     switch (qualityOfService) {
-    case QualityOfService::userInteractive: return 0;
-    case QualityOfService::userInitiated: return 2;
-    case QualityOfService::utility: return 10;
+    case QualityOfService::userInteractive:
+        return 0;
+    case QualityOfService::userInitiated:
+        return 2;
+    case QualityOfService::utility:
+        return 10;
     }
     return 0;
 }
@@ -105,9 +108,13 @@ void SerialQueue::sync(Task task) {
     completion.changed.wait(lock, [&] { return completion.isDone; });
 }
 
-bool SerialQueue::isCurrent() const { return currentQueueState == _state.get(); }
+bool SerialQueue::isCurrent() const {
+    return currentQueueState == _state.get();
+}
 
-const std::string& SerialQueue::label() const { return _state->label; }
+const std::string& SerialQueue::label() const {
+    return _state->label;
+}
 
 void SerialQueue::run(State& state) {
     currentQueueState = &state;

@@ -19,8 +19,8 @@ public:
     Task() = default;
 
     template <typename Body>
-        requires(!std::same_as<std::remove_cvref_t<Body>, Task> && std::invocable<Body&>)
-    Task(Body&& body) {
+    requires(!std::same_as<std::remove_cvref_t<Body>, Task> && std::invocable<Body&>)
+        Task(Body&& body) {
         using Stored = std::remove_cvref_t<Body>;
         static_assert(sizeof(Stored) <= capacityBytes, "capture less, or capture a pointer");
         static_assert(alignof(Stored) <= alignof(std::max_align_t));
@@ -52,7 +52,8 @@ private:
         void (*destroy)(std::byte*);
     };
 
-    template <typename Stored> static Stored& stored(std::byte* storage) {
+    template <typename Stored>
+    static Stored& stored(std::byte* storage) {
         return *std::launder(reinterpret_cast<Stored*>(storage));
     }
     template <typename Stored>

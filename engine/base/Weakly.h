@@ -14,8 +14,8 @@ namespace lanternfly {
 template <typename Object, typename Base, typename Result, typename... Parameters,
           typename... Arguments>
 auto weakly(Object& object, Result (Base::*method)(Parameters...), Arguments&&... arguments) {
-    return [weak = std::weak_ptr<Object>(
-                std::static_pointer_cast<Object>(object.shared_from_this())),
+    return [weak =
+                std::weak_ptr<Object>(std::static_pointer_cast<Object>(object.shared_from_this())),
             method,
             kept = std::tuple<std::decay_t<Arguments>...>(
                 std::forward<Arguments>(arguments)...)]() mutable {

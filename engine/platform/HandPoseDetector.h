@@ -15,11 +15,26 @@ namespace lanternfly {
 // The joints as detectors name them.
 enum class HandJoint {
     wrist,
-    thumbCMC, thumbMP, thumbIP, thumbTip,
-    indexMCP, indexPIP, indexDIP, indexTip,
-    middleMCP, middlePIP, middleDIP, middleTip,
-    ringMCP, ringPIP, ringDIP, ringTip,
-    littleMCP, littlePIP, littleDIP, littleTip,
+    thumbCMC,
+    thumbMP,
+    thumbIP,
+    thumbTip,
+    indexMCP,
+    indexPIP,
+    indexDIP,
+    indexTip,
+    middleMCP,
+    middlePIP,
+    middleDIP,
+    middleTip,
+    ringMCP,
+    ringPIP,
+    ringDIP,
+    ringTip,
+    littleMCP,
+    littlePIP,
+    littleDIP,
+    littleTip,
 };
 inline constexpr size_t handJointCount = 21;
 

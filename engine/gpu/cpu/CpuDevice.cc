@@ -19,7 +19,8 @@ PixelBufferRef copied(const PixelBuffer& pixels, bool flipRows) {
 }
 
 PixelBufferRef halved(const PixelBuffer& pixels) {
-    auto half = PixelBuffer::create(std::max(pixels.width() / 2, 1), std::max(pixels.height() / 2, 1));
+    auto half =
+        PixelBuffer::create(std::max(pixels.width() / 2, 1), std::max(pixels.height() / 2, 1));
     if (!half) return nullptr;
     libyuv::ARGBScale(pixels.data(), static_cast<int>(pixels.strideBytes()), pixels.width(),
                       pixels.height(), half->data(), static_cast<int>(half->strideBytes()),
@@ -37,7 +38,9 @@ std::shared_ptr<CpuDevice> CpuDevice::create() {
     return std::shared_ptr<CpuDevice>(new CpuDevice);
 }
 
-std::string CpuDevice::name() const { return "CPU"; }
+std::string CpuDevice::name() const {
+    return "CPU";
+}
 
 TextureRef CpuDevice::makeTexture(const PixelBuffer& pixels, const TextureOptions& options) {
     if (pixels.format() != PixelFormat::bgra8) return nullptr;
