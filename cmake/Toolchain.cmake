@@ -18,8 +18,11 @@ if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 find_program(MOLD_PROGRAM mold)
-if(MOLD_PROGRAM AND NOT LANTERNFLY_SANITIZE)
+find_program(LLD_PROGRAM NAMES ld.lld ld.lld-19)
+if(MOLD_PROGRAM)
   add_link_options(-fuse-ld=mold)
+elseif(LLD_PROGRAM)
+  add_link_options(-fuse-ld=lld)
 endif()
 
 # The frame's arithmetic must give the same bits on every run and in every build type.
