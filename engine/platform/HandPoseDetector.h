@@ -56,7 +56,7 @@ struct HandObservation {
 class HandPoseError : public std::runtime_error {
 public:
     enum class Kind { modelUnreadable, detectionFailed };
-    HandPoseError(Kind kind, const std::string& text) : std::runtime_error(text), kind(kind) {}
+    HandPoseError(Kind reason, const std::string& text) : std::runtime_error(text), kind(reason) {}
     const Kind kind;
 };
 

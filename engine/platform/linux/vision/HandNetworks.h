@@ -1,0 +1,38 @@
+// The two hand networks, run on one picture after the other.
+// Threads: bound; loading may take tens of milliseconds, a look 3 to 9.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "base/PixelBuffer.h"
+#include "platform/linux/vision/HandSight.h"
+
+namespace lanternfly {
+
+class HandNetworks final : public HandSight {
+public:
+    static constexpr const char* detectorFile = "hand_detector.onnx";
+    static constexpr const char* landmarksFile = "hand_landmarks.onnx";
+
+    // Reads both networks from `folder` and runs each once, so that a network that cannot be read,
+    // has other inputs or outputs, or cannot be run is found here and not on a live picture.
+    // Throws HandPoseError(modelUnreadable) with a sentence that names the file.
+    explicit HandNetworks(const std::filesystem::path& folder);
+    ~HandNetworks() override;
+
+    // The picture that the following calls look at: upright BGRA, borrowed until the next one.
+    void setPicture(const PixelBuffer& picture);
+
+    int widthPX() const override;
+    int heightPX() const override;
+    // Both throw HandPoseError(detectionFailed).
+    HandCandidates findHands(double threshold) override;
+    HandReading read(const HandCrop& crop, const JointPrior* prior) override;
+
+private:
+    struct State;
+    std::unique_ptr<State> _state;
+};
+
+} // namespace lanternfly

@@ -1,0 +1,144 @@
+#include "platform/linux/vision/HeatmapDecoder.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <cstdlib>
+
+#include "platform/linux/vision/HandGeometry.h"
+
+namespace lanternfly {
+namespace {
+
+constexpr int side = HeatmapDecoder::mapSide;
+constexpr int windowRadius = 3;
+
+// The prior is wide and capped: it decides between peaks and never outweighs clear evidence.
+constexpr double priorSigma = 0.12; // of the crop
+constexpr double priorCapNats = 4;
+
+constexpr int sameSpotCells = 2;
+constexpr int ownPeakRadius = 4;
+constexpr float secondPeakMass = 0.25f;
+
+struct Cell {
+    int x = 0, y = 0;
+};
+
+Cell cellAt(size_t offset) {
+    return {static_cast<int>(offset % side), static_cast<int>(offset / side)};
+}
+
+void softMax(std::span<const float> logits, std::span<float> probability) {
+    const float top = *std::max_element(logits.begin(), logits.end());
+    double sum = 0;
+    for (size_t i = 0; i < logits.size(); ++i) {
+        probability[i] = std::exp(logits[i] - top);
+        sum += static_cast<double>(probability[i]);
+    }
+    const float scale = static_cast<float>(1 / sum);
+    for (float& p : probability)
+        p *= scale;
+}
+
+Cell peak(std::span<const float> values) {
+    return cellAt(
+        static_cast<size_t>(std::max_element(values.begin(), values.end()) - values.begin()));
+}
+
+Cell expectedPeak(std::span<const float> logits, const ExpectedJoint& expected) {
+    std::array<double, side> costX, costY;
+    for (int i = 0; i < side; ++i) {
+        const double cell = (i + 0.5) / side;
+        const double dx = (cell - expected.position.x) / priorSigma;
+        const double dy = (cell - expected.position.y) / priorSigma;
+        costX[static_cast<size_t>(i)] = 0.5 * dx * dx;
+        costY[static_cast<size_t>(i)] = 0.5 * dy * dy;
+    }
+    size_t best = 0;
+    double bestValue = -HUGE_VAL;
+    for (size_t i = 0; i < logits.size(); ++i) {
+        const double cost = std::min(costX[i % side] + costY[i / side], priorCapNats);
+        const double value = static_cast<double>(logits[i]) - cost * expected.weight;
+        if (value > bestValue) {
+            bestValue = value;
+            best = i;
+        }
+    }
+    return cellAt(best);
+}
+
+struct SecondPeak {
+    double mass = 0;
+    Cell cell;
+};
+
+SecondPeak secondPeak(std::span<const float> probability, Cell first) {
+    SecondPeak second;
+    float highest = -1;
+    for (size_t i = 0; i < probability.size(); ++i) {
+        const Cell cell = cellAt(i);
+        if (std::abs(cell.x - first.x) <= ownPeakRadius &&
+            std::abs(cell.y - first.y) <= ownPeakRadius)
+            continue;
+        second.mass += static_cast<double>(probability[i]);
+        if (probability[i] > highest) {
+            highest = probability[i];
+            second.cell = cell;
+        }
+    }
+    return second;
+}
+
+DecodedJoint readAround(Cell centre, std::span<const float> probability) {
+    double mass = 0, x = 0, y = 0;
+    const int left = std::max(0, centre.x - windowRadius);
+    const int right = std::min(side - 1, centre.x + windowRadius);
+    const int top = std::max(0, centre.y - windowRadius);
+    const int bottom = std::min(side - 1, centre.y + windowRadius);
+    for (int row = top; row <= bottom; ++row)
+        for (int column = left; column <= right; ++column) {
+            const double p =
+                static_cast<double>(probability[static_cast<size_t>(row * side + column)]);
+            mass += p;
+            x += p * (column - centre.x);
+            y += p * (row - centre.y);
+        }
+    // A window without any probability says nothing about where inside it the joint is.
+    const double2 offset = mass > 0 ? double2{x, y} / mass : double2{0, 0};
+    return {.position =
+                (double2{centre.x + 0.5, centre.y + 0.5} + offset) / static_cast<double>(side),
+            .confidence = static_cast<float>(std::min(mass, 1.0))};
+}
+
+} // namespace
+
+void HeatmapDecoder::decode(std::span<const float> logits, const Expectation* expected,
+                            Joints& joints) {
+    assert(logits.size() == logitCount);
+    std::array<Cell, handJointCount> cells;
+    for (size_t joint = 0; joint < handJointCount; ++joint) {
+        const auto map = logits.subspan(joint * cellsPerMap, cellsPerMap);
+        softMax(map, probability(joint));
+        cells[joint] = expected ? expectedPeak(map, (*expected)[joint]) : peak(map);
+    }
+
+    Cell& thumb = cells[index(HandJoint::thumbTip)];
+    Cell& forefinger = cells[index(HandJoint::indexTip)];
+    if (std::max(std::abs(thumb.x - forefinger.x), std::abs(thumb.y - forefinger.y)) <=
+        sameSpotCells) {
+        const SecondPeak ofThumb = secondPeak(probability(index(HandJoint::thumbTip)), thumb);
+        const SecondPeak ofIndex = secondPeak(probability(index(HandJoint::indexTip)), forefinger);
+        if (std::max(ofThumb.mass, ofIndex.mass) > static_cast<double>(secondPeakMass)) {
+            if (ofThumb.mass > ofIndex.mass)
+                thumb = ofThumb.cell;
+            else
+                forefinger = ofIndex.cell;
+        }
+    }
+
+    for (size_t joint = 0; joint < handJointCount; ++joint)
+        joints[joint] = readAround(cells[joint], probability(joint));
+}
+
+} // namespace lanternfly
