@@ -18,8 +18,7 @@ struct TrackingConfig {
     float predictionMs = 15.0f;
     float predictionVelocityFloor = 0.2f; // picture widths a second
     float springStiffness = 800.0f;
-    float springDamping =
-        56.57f; // close to critical for stiffness 800, and deliberately not tied to it
+    float springDamping = 56.57f; // near critical for 800, but not tied to it
     float pulseMagnitude = 0.0f;  // 0: no pulse
     float pulseDecayRate = 15.0f; // per second
     float releaseEaseSeconds = 0.1f;
