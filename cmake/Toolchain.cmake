@@ -27,7 +27,7 @@ endif()
 
 # The frame's arithmetic must give the same bits on every run and in every build type.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
-                    -Wcast-align -Wunused -Wnull-dereference -Wimplicit-fallthrough
+                    -Wcast-align -Wunused -Wimplicit-fallthrough
                     -ffp-contract=off)
 if(LANTERNFLY_WERROR)
   add_compile_options(-Werror)
