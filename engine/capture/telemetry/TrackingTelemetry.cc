@@ -1,5 +1,7 @@
 #include "capture/telemetry/TrackingTelemetry.h"
 
+#include <cmath>
+
 namespace lanternfly {
 
 namespace {
@@ -36,6 +38,7 @@ void TrackingTelemetry::recordPoseDelivery(uint64_t arrivedAtUptimeNanos) {
 }
 
 void TrackingTelemetry::recordLandmarkConfidence(float confidence) {
+    if (!std::isfinite(confidence)) return; // it would stay in the average for good
     const std::lock_guard guard(_mutex);
     average(_confidence, confidence);
 }

@@ -1,0 +1,624 @@
+#include "gestures/PinchRecognizer.h"
+
+#include <cmath>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/Match.h"
+#include "support/Hands.h"
+#include "support/LogCapture.h"
+
+namespace lanternfly {
+namespace {
+
+using test::LogCapture;
+using test::PinchHand;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::VariantWith;
+using Chirality = HandPose::Chirality;
+
+// Filters that let every sample through, so that a test speaks of one frame at a time.
+PinchRecognizer::Parameters unfiltered() {
+    PinchRecognizer::Parameters parameters;
+    parameters.positionFilterMinCutoff = 1e9f;
+    parameters.sizeFilterMinCutoff = 1e9f;
+    parameters.predictionSeconds = 0;
+    return parameters;
+}
+
+class PinchRecognizerTest : public testing::Test {
+protected:
+    PinchRecognizerTest() : PinchRecognizerTest(unfiltered()) {}
+    explicit PinchRecognizerTest(const PinchRecognizer::Parameters& parameters)
+        : recognizer(clock, parameters) {
+        recognizer.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+    }
+
+    // One frame, `seconds` after the one before; returns its events.
+    std::vector<PinchEvent> frame(double seconds, std::vector<HandPose> poses) {
+        clock.advance(seconds);
+        events.clear();
+        recognizer.process(poses);
+        return events;
+    }
+    // A hand of this very frame.
+    HandPose seen(PinchHand hand) {
+        hand.arrivedAtUptimeNanos = clock.uptimeNanos();
+        hand.pts = MediaTime::fromNanos(static_cast<int64_t>(clock.uptimeNanos()));
+        return hand.pose();
+    }
+    void begin(PinchHand hand = {}) {
+        frame(0.1, {hand.pose()});
+        ASSERT_THAT(frame(0.06, {hand.pose()}), ElementsAre(VariantWith<PinchBegan>(testing::_)));
+    }
+
+    ManualClock clock;
+    PinchRecognizer recognizer;
+    std::vector<PinchEvent> events;
+};
+
+// --- The state table, row by row -------------------------------------------------------------
+
+enum class Hands { none, pinched, between, open, unsure, otherHandPinched, otherHandOpen };
+enum class Told { nothing, began, changed, ended, endedWithoutTime };
+
+std::vector<HandPose> posesOf(Hands hands, const Clock& clock) {
+    PinchHand hand{.pts = MediaTime::make(1, 30), .arrivedAtUptimeNanos = clock.uptimeNanos()};
+    switch (hands) {
+    case Hands::none:
+        return {};
+    case Hands::pinched:
+        hand.ratio = 0.2f;
+        break;
+    case Hands::between:
+        hand.ratio = 0.32f;
+        break;
+    case Hands::open:
+        hand.ratio = 0.6f;
+        break;
+    case Hands::unsure:
+        hand.confidence = 0.01f;
+        break;
+    case Hands::otherHandPinched:
+        hand.chirality = Chirality::left;
+        break;
+    case Hands::otherHandOpen:
+        hand.chirality = Chirality::left;
+        hand.ratio = 0.6f;
+        break;
+    }
+    return {hand.pose()};
+}
+
+Told toldBy(const std::vector<PinchEvent>& events) {
+    if (events.empty()) return Told::nothing;
+    EXPECT_THAT(events, SizeIs(1));
+    return match(
+        events.front(), [](const PinchBegan&) { return Told::began; },
+        [](const PinchChanged&) { return Told::changed; },
+        [](const PinchEnded& ended) {
+            return ended == PinchEnded{} ? Told::endedWithoutTime : Told::ended;
+        });
+}
+
+struct Moment {
+    int afterMs;
+    Hands hands;
+    Told told;
+};
+struct Row {
+    const char* name;
+    std::vector<Moment> moments;
+};
+
+class PinchStateTable : public testing::TestWithParam<Row> {};
+
+TEST_P(PinchStateTable, Holds) {
+    ManualClock clock;
+    PinchRecognizer recognizer(clock, unfiltered());
+    std::vector<PinchEvent> events;
+    recognizer.setEventCallback([&](const PinchEvent& event) { events.push_back(event); });
+    int index = 0;
+    for (const Moment& moment : GetParam().moments) {
+        clock.advanceNanos(static_cast<uint64_t>(moment.afterMs) * 1'000'000);
+        events.clear();
+        recognizer.process(posesOf(moment.hands, clock));
+        EXPECT_EQ(toldBy(events), moment.told) << "moment " << index;
+        ++index;
+    }
+}
+
+// Began needs an arming frame and one 60 ms later; the rows below put that in front.
+std::vector<Moment> pinching(std::vector<Moment> then) {
+    std::vector<Moment> moments{{0, Hands::pinched, Told::nothing},
+                                {60, Hands::pinched, Told::began}};
+    moments.insert(moments.end(), then.begin(), then.end());
+    return moments;
+}
+std::vector<Moment> releasing(std::vector<Moment> then) {
+    auto moments = pinching({{33, Hands::open, Told::changed}});
+    moments.insert(moments.end(), then.begin(), then.end());
+    return moments;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, PinchStateTable,
+    testing::Values(
+        Row{"IdleWithoutHandsStaysIdle",
+            {{0, Hands::none, Told::nothing}, {100, Hands::none, Told::nothing}}},
+        Row{"IdleWithAnOpenHandStaysIdle",
+            {{0, Hands::open, Told::nothing}, {100, Hands::pinched, Told::nothing}}},
+        Row{"IdleWithAnUnsureHandStaysIdle",
+            {{0, Hands::unsure, Told::nothing}, {100, Hands::pinched, Told::nothing}}},
+        Row{"IdleBetweenTheRatiosDoesNotArm",
+            {{0, Hands::between, Told::nothing},
+             {100, Hands::pinched, Told::nothing},
+             {60, Hands::pinched, Told::began}}},
+        Row{"BeganNeedsTheArmingHold",
+            {{0, Hands::pinched, Told::nothing},
+             {30, Hands::pinched, Told::nothing},
+             {29, Hands::pinched, Told::nothing},
+             {1, Hands::pinched, Told::began}}},
+        Row{"BeganNeedsTwoFramesHoweverLate",
+            {{500, Hands::pinched, Told::nothing}, {500, Hands::pinched, Told::began}}},
+        Row{"ArmingWithoutItsHandIsIdle",
+            {{0, Hands::pinched, Told::nothing},
+             {30, Hands::none, Told::nothing},
+             {30, Hands::pinched, Told::nothing},
+             {60, Hands::pinched, Told::began}}},
+        Row{"ArmingWithAnUnsureHandIsIdle",
+            {{0, Hands::pinched, Told::nothing},
+             {30, Hands::unsure, Told::nothing},
+             {30, Hands::pinched, Told::nothing},
+             {60, Hands::pinched, Told::began}}},
+        Row{"ArmingAboveEnterIsIdle",
+            {{0, Hands::pinched, Told::nothing},
+             {30, Hands::between, Told::nothing},
+             {30, Hands::pinched, Told::nothing},
+             {60, Hands::pinched, Told::began}}},
+        Row{"PinchingOutlivesALostHandForAShortTime",
+            pinching({{1499, Hands::none, Told::nothing}, {1, Hands::pinched, Told::changed}})},
+        Row{"PinchingEndsWithoutItsHandAtTheHardTimeout",
+            pinching({{1499, Hands::none, Told::nothing},
+                      {1, Hands::none, Told::endedWithoutTime},
+                      {33, Hands::none, Told::nothing}})},
+        Row{"PinchingIsHeldByAnUnsureHandForGood",
+            pinching({{1000, Hands::unsure, Told::nothing},
+                      {10000, Hands::unsure, Told::nothing},
+                      {10000, Hands::pinched, Told::changed}})},
+        Row{"AnUnsureHandDoesNotRefreshTheHardTimeout",
+            pinching({{1000, Hands::unsure, Told::nothing},
+                      {500, Hands::none, Told::endedWithoutTime}})},
+        Row{"PinchingChangesWithEveryMeasuredFrame",
+            pinching({{33, Hands::pinched, Told::changed}, {33, Hands::pinched, Told::changed}})},
+        Row{"PinchingBetweenTheRatiosKeepsPinching",
+            pinching({{33, Hands::between, Told::changed}, {100, Hands::between, Told::changed}})},
+        Row{"OpeningChangesOnceMoreAndStartsTheRelease", pinching({{33, Hands::open, Told::changed},
+                                                                   {39, Hands::open, Told::nothing},
+                                                                   {1, Hands::open, Told::ended}})},
+        Row{"ReleasingComesBackAtEnterWithoutAnEvent",
+            releasing({{39, Hands::pinched, Told::nothing}, {33, Hands::pinched, Told::changed}})},
+        Row{"ReleasingComesBackEvenAfterTheHold",
+            releasing({{100, Hands::pinched, Told::nothing}, {33, Hands::pinched, Told::changed}})},
+        Row{"ReleasingDoesNotComeBackBetweenTheRatios",
+            releasing({{20, Hands::between, Told::nothing}, {20, Hands::between, Told::ended}})},
+        Row{"ReleasingWithoutItsHandEndsWithoutTime",
+            releasing({{39, Hands::none, Told::nothing},
+                       {1, Hands::none, Told::endedWithoutTime}})},
+        Row{"ReleasingWithAnUnsureHandEndsAtItsTime",
+            releasing({{39, Hands::unsure, Told::nothing}, {1, Hands::unsure, Told::ended}})},
+        Row{"ReleasingEndsWithoutTimeWhenOnlyTheOtherHandIsSeen",
+            releasing({{40, Hands::otherHandOpen, Told::endedWithoutTime}})},
+        Row{"ReleasingComesBackWithAHandWhoseChiralityFlipped",
+            releasing({{40, Hands::otherHandPinched, Told::nothing},
+                       {33, Hands::pinched, Told::changed}})},
+        Row{"ASingleHandMayFlipItsChirality",
+            pinching({{33, Hands::otherHandPinched, Told::changed},
+                      {33, Hands::pinched, Told::changed},
+                      {33, Hands::otherHandPinched, Told::changed}})},
+        Row{"AfterTheEndANewPinchArmsAgain", releasing({{40, Hands::open, Told::ended},
+                                                        {33, Hands::pinched, Told::nothing},
+                                                        {60, Hands::pinched, Told::began}})}),
+    [](const auto& test) { return test.param.name; });
+
+// --- What the events carry -------------------------------------------------------------------
+
+TEST_F(PinchRecognizerTest, EventsCarryThePinchPointAndTheFramesTimes) {
+    frame(0, {seen({})});
+    clock.advance(0.06);
+    const HandPose first = seen({.at = {0.4f, 0.6f}});
+    ASSERT_THAT(frame(0, {first}), SizeIs(1));
+    const auto began = std::get<PinchBegan>(events[0]);
+    EXPECT_NEAR(began.at.x, 0.4f, 1e-6f);
+    EXPECT_NEAR(began.at.y, 0.6f, 1e-6f);
+    EXPECT_EQ(began.sourcePts, first.pts);
+    EXPECT_EQ(began.arrivedAtUptimeNanos, first.arrivedAtUptimeNanos);
+
+    clock.advance(0.033);
+    const HandPose second = seen({.at = {0.45f, 0.55f}, .size = 0.3f});
+    ASSERT_THAT(frame(0, {second}), SizeIs(1));
+    const auto changed = std::get<PinchChanged>(events[0]);
+    EXPECT_NEAR(changed.at.x, 0.45f, 1e-6f);
+    EXPECT_NEAR(changed.at.y, 0.55f, 1e-6f);
+    EXPECT_NEAR(changed.scaleDelta, 1.5f, 1e-5f);
+    EXPECT_EQ(changed.sourcePts, second.pts);
+    EXPECT_EQ(changed.arrivedAtUptimeNanos, second.arrivedAtUptimeNanos);
+
+    frame(0.033, {seen({.ratio = 0.6f})});
+    clock.advance(0.04);
+    const HandPose last = seen({.ratio = 0.6f});
+    EXPECT_THAT(frame(0, {last}), ElementsAre(VariantWith<PinchEnded>(
+                                      PinchEnded{last.pts, last.arrivedAtUptimeNanos})));
+}
+
+TEST_F(PinchRecognizerTest, TheHardTimeoutIsLoggedWithTheLimitAndNotTheGap) {
+    begin();
+    LogCapture log;
+    EXPECT_THAT(frame(3, {}), ElementsAre(VariantWith<PinchEnded>(PinchEnded{})));
+    ASSERT_THAT(log.lines(), SizeIs(1));
+    EXPECT_EQ(log.lines()[0].message, "pinch released: no pose for 1.500s");
+    EXPECT_EQ(log.lines()[0].level, LogLevel::info);
+    EXPECT_EQ(log.lines()[0].category, "PinchRecognizer");
+}
+
+TEST_F(PinchRecognizerTest, TheHardTimeoutRunsFromTheLastMeasuredFrame) {
+    begin();
+    frame(1.0, {PinchHand{}.pose()});
+    EXPECT_THAT(frame(1.4, {}), IsEmpty());
+    EXPECT_THAT(frame(0.1, {}), SizeIs(1));
+}
+
+TEST_F(PinchRecognizerTest, WithoutACallbackTheStateRunsTheSame) {
+    recognizer.setEventCallback(nullptr);
+    frame(0.1, {PinchHand{}.pose()});
+    frame(0.06, {PinchHand{}.pose()});
+    recognizer.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+    EXPECT_THAT(frame(0.03, {PinchHand{}.pose()}),
+                ElementsAre(VariantWith<PinchChanged>(testing::_)));
+}
+
+TEST_F(PinchRecognizerTest, ResetEmitsNothingAndForgetsThePinch) {
+    begin();
+    events.clear();
+    recognizer.reset();
+    EXPECT_THAT(events, IsEmpty());
+    EXPECT_THAT(frame(0.03, {PinchHand{}.pose()}), IsEmpty());
+    EXPECT_THAT(frame(0.06, {PinchHand{}.pose()}),
+                ElementsAre(VariantWith<PinchBegan>(testing::_)));
+}
+
+TEST_F(PinchRecognizerTest, TheCallbackMayResetTheRecognizer) {
+    int began = 0;
+    recognizer.setEventCallback([&](const PinchEvent& event) {
+        began += std::holds_alternative<PinchBegan>(event);
+        recognizer.reset();
+    });
+    for (int i = 0; i < 4; ++i)
+        frame(0.06, {PinchHand{}.pose()});
+    EXPECT_EQ(began, 2) << "each pinch is armed afresh";
+}
+
+TEST_F(PinchRecognizerTest, ScaleDeltaIsOneWhenTheStartingHandHasNoSize) {
+    // A negative cutoff makes the size filter overshoot: at a weight of 2 a hand that shrinks to
+    // half is filtered to nothing.
+    constexpr float weight = 2, step = 0.06f;
+    auto parameters = unfiltered();
+    parameters.sizeFilterMinCutoff =
+        1 / (6.2831850f * step * (1 / weight - 1)); // weight = 1 / (1 + tau / step)
+    parameters.sizeFilterBeta = 0;
+    parameters.armingHoldSeconds = 0.1;
+    PinchRecognizer overshooting(clock, parameters);
+    overshooting.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+    for (const float size : {0.2f, 0.2f, 0.1f, 0.3f}) {
+        clock.advance(0.06);
+        overshooting.process(std::vector{PinchHand{.ratio = 0, .size = size}.pose()});
+    }
+    ASSERT_THAT(events, ElementsAre(VariantWith<PinchBegan>(testing::_),
+                                    VariantWith<PinchChanged>(testing::_)));
+    EXPECT_EQ(std::get<PinchChanged>(events[1]).scaleDelta, 1.0f);
+}
+
+// --- Which hand ------------------------------------------------------------------------------
+
+TEST_F(PinchRecognizerTest, OfTwoPinchesTheTighterOneIsArmed) {
+    const std::vector poses{
+        PinchHand{.chirality = Chirality::left, .at = {0.2f, 0.5f}, .ratio = 0.2f}.pose(),
+        PinchHand{.chirality = Chirality::right, .at = {0.8f, 0.5f}, .ratio = 0.1f}.pose()};
+    frame(0.1, poses);
+    ASSERT_THAT(frame(0.06, poses), SizeIs(1));
+    EXPECT_NEAR(std::get<PinchBegan>(events[0]).at.x, 0.8f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, OfTwoEqualPinchesTheFirstIsArmed) {
+    PinchHand left{
+        .chirality = Chirality::left, .at = {0.25f, 0.5f}, .ratio = 0.25f, .size = 0.25f};
+    PinchHand right = left;
+    right.chirality = Chirality::right;
+    right.at.x = 0.75f;
+    frame(0.1, {right.pose(), left.pose()});
+    ASSERT_THAT(frame(0.06, {left.pose(), right.pose()}), SizeIs(1));
+    EXPECT_NEAR(std::get<PinchBegan>(events[0]).at.x, 0.75f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, TheTighterHandIsChosenByDistanceAndNotByRatio) {
+    const std::vector poses{
+        PinchHand{.chirality = Chirality::left, .at = {0.2f, 0.5f}, .ratio = 0.1f, .size = 0.4f}
+            .pose(),
+        PinchHand{.chirality = Chirality::right, .at = {0.8f, 0.5f}, .ratio = 0.2f, .size = 0.1f}
+            .pose()};
+    frame(0.1, poses);
+    ASSERT_THAT(frame(0.06, poses), SizeIs(1));
+    EXPECT_NEAR(std::get<PinchBegan>(events[0]).at.x, 0.8f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, TheFirstPoseOfTheTrackedChiralityIsFollowed) {
+    begin({.at = {0.5f, 0.5f}});
+    frame(0.03, {PinchHand{.chirality = Chirality::left, .at = {0.5f, 0.5f}}.pose(),
+                 PinchHand{.at = {0.9f, 0.5f}}.pose(), PinchHand{.at = {0.5f, 0.5f}}.pose()});
+    EXPECT_NEAR(std::get<PinchChanged>(events.at(0)).at.x, 0.9f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, OfOtherChiralitiesTheNearestToTheLastPinchPointIsFollowed) {
+    begin({.at = {0.5f, 0.5f}});
+    frame(0.03, {PinchHand{.chirality = Chirality::left, .at = {0.65f, 0.5f}}.pose(),
+                 PinchHand{.chirality = Chirality::unknown, .at = {0.6f, 0.5f}}.pose()});
+    EXPECT_NEAR(std::get<PinchChanged>(events.at(0)).at.x, 0.6f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, EquallyNearHandsKeepTheFirst) {
+    begin({.at = {0.5f, 0.5f}, .ratio = 0});
+    frame(0.03,
+          {PinchHand{.chirality = Chirality::left, .at = {0.625f, 0.5f}, .ratio = 0}.pose(),
+           PinchHand{.chirality = Chirality::unknown, .at = {0.375f, 0.5f}, .ratio = 0}.pose()});
+    EXPECT_NEAR(std::get<PinchChanged>(events.at(0)).at.x, 0.625f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, HandsOfOtherChiralityThatAreTooFarAreNotFollowed) {
+    begin({.at = {0.5f, 0.5f}});
+    const std::vector far{PinchHand{.chirality = Chirality::left, .at = {0.71f, 0.5f}}.pose(),
+                          PinchHand{.chirality = Chirality::unknown, .at = {0.29f, 0.5f}}.pose()};
+    EXPECT_THAT(frame(0.03, far), IsEmpty());
+    EXPECT_THAT(frame(1.5, far), ElementsAre(VariantWith<PinchEnded>(PinchEnded{})));
+}
+
+TEST_F(PinchRecognizerTest, AHandWithoutFingertipsIsNotNearToAnything) {
+    begin({.at = {0.5f, 0.5f}});
+    HandPose near = PinchHand{.chirality = Chirality::left, .at = {0.5f, 0.5f}}.pose();
+    near.landmarks.erase(HandLandmark::thumbTip);
+    frame(0.03, {near, PinchHand{.chirality = Chirality::left, .at = {0.6f, 0.5f}}.pose()});
+    EXPECT_NEAR(std::get<PinchChanged>(events.at(0)).at.x, 0.6f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, RightAfterArmingNoPlaceIsKnownToFindTheHandBy) {
+    frame(0.1, {PinchHand{}.pose()});
+    const HandPose left = PinchHand{.chirality = Chirality::left}.pose();
+    EXPECT_THAT(frame(0.06, {left, left}), IsEmpty());
+    EXPECT_THAT(frame(0.06, {PinchHand{}.pose()}), IsEmpty()) << "it had fallen back to idle";
+}
+
+// --- The measurement -------------------------------------------------------------------------
+
+TEST_F(PinchRecognizerTest, EveryMeasuredJointIsNeeded) {
+    for (const HandLandmark missing : {HandLandmark::thumbTip, HandLandmark::indexTip,
+                                       HandLandmark::wrist, HandLandmark::middleMCP}) {
+        recognizer.reset();
+        HandPose pose = PinchHand{}.pose();
+        pose.landmarks.erase(missing);
+        frame(0.1, {pose});
+        EXPECT_THAT(frame(0.06, {PinchHand{}.pose()}), IsEmpty());
+    }
+}
+
+TEST_F(PinchRecognizerTest, EveryJointHasItsOwnConfidenceFloor) {
+    struct Floor {
+        HandLandmark landmark;
+        float idle, engaged;
+    };
+    for (const Floor& floor : {Floor{HandLandmark::thumbTip, 0.4f, 0.4f - 0.1f},
+                               Floor{HandLandmark::indexTip, 0.4f, 0.4f - 0.1f},
+                               Floor{HandLandmark::wrist, 0.15f, 0.15f - 0.1f},
+                               Floor{HandLandmark::middleMCP, 0.15f, 0.15f - 0.1f}}) {
+        const auto withConfidence = [&](float confidence) {
+            HandPose pose = PinchHand{}.pose();
+            HandPose::Point point = test::jointOf(pose, floor.landmark);
+            point.confidence = confidence;
+            pose.landmarks.set(floor.landmark, point);
+            return pose;
+        };
+        recognizer.reset();
+        frame(0.1, {withConfidence(std::nextafter(floor.idle, 0.0f))});
+        EXPECT_THAT(frame(0.06, {withConfidence(floor.idle)}), IsEmpty()) << "armed only now";
+        EXPECT_THAT(frame(0.06, {withConfidence(floor.idle)}), SizeIs(1));
+        EXPECT_THAT(frame(0.03, {withConfidence(floor.engaged)}), SizeIs(1)) << "engaged: lower";
+        EXPECT_THAT(frame(0.03, {withConfidence(std::nextafter(floor.engaged, 0.0f))}), IsEmpty());
+    }
+}
+
+TEST_F(PinchRecognizerTest, ARelaxedFloorIsNeverBelowZero) {
+    auto parameters = unfiltered();
+    parameters.engagedFloorRelaxation = 1;
+    PinchRecognizer relaxed(clock, parameters);
+    relaxed.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+    for (const float confidence : {0.9f, 0.9f, 0.0f, -0.1f}) {
+        clock.advance(0.06);
+        relaxed.process(std::vector{PinchHand{.confidence = confidence}.pose()});
+    }
+    EXPECT_THAT(events, SizeIs(2)) << "began, changed at confidence 0, nothing below";
+}
+
+TEST_F(PinchRecognizerTest, ADegenerateHandIsNotMeasured) {
+    const PinchHand degenerate{.ratio = 0, .size = 0.00005f};
+    frame(0.1, {degenerate.pose()});
+    EXPECT_THAT(frame(0.06, {degenerate.pose()}), IsEmpty());
+    EXPECT_THAT(frame(0.06, {degenerate.pose()}), IsEmpty());
+}
+
+TEST_F(PinchRecognizerTest, RatiosCompareInclusivelyAtEnterAndExclusivelyAtExit) {
+    // Sizes and distances that are exact in binary, so that the products are too.
+    auto parameters = unfiltered();
+    parameters.pinchEnterRatio = 0.25f;
+    parameters.pinchExitRatio = 0.5f;
+    PinchRecognizer exact(clock, parameters);
+    exact.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+    const auto handAt = [](float distance) {
+        HandPose pose;
+        pose.landmarks.set(HandLandmark::wrist, {0.5f, 0.25f, 1});
+        pose.landmarks.set(HandLandmark::middleMCP, {0.5f, 0.5f, 1});
+        pose.landmarks.set(HandLandmark::thumbTip, {0.5f, 0.75f, 1});
+        pose.landmarks.set(HandLandmark::indexTip, {0.5f + distance, 0.75f, 1});
+        return pose;
+    };
+    for (const float distance : {0.0625f, 0.0625f, 0.125f, 0.125f}) {
+        clock.advance(0.06);
+        exact.process(std::vector{handAt(distance)});
+    }
+    EXPECT_THAT(events, SizeIs(3)) << "began, then changed at the very exit ratio, twice";
+}
+
+TEST_F(PinchRecognizerTest, ANumberThatIsNoNumberNeverReachesTheFilters) {
+    begin();
+    HandPose broken = PinchHand{}.pose();
+    broken.landmarks.set(HandLandmark::thumbTip, {NAN, INFINITY, 0.9f});
+    EXPECT_THAT(frame(0.03, {broken}), IsEmpty());
+    ASSERT_THAT(frame(0.03, {PinchHand{}.pose()}), SizeIs(1));
+    EXPECT_NEAR(std::get<PinchChanged>(events[0]).at.x, 0.5f, 1e-5f);
+}
+
+TEST_F(PinchRecognizerTest, TelemetryHearsTheMeanConfidenceOfEveryMeasuredPose) {
+    const auto telemetry = std::make_shared<TrackingTelemetry>(clock);
+    recognizer.setTelemetry(telemetry);
+
+    HandPose incomplete = PinchHand{.confidence = 0.9f}.pose();
+    incomplete.landmarks.erase(HandLandmark::wrist);
+    frame(0.1, {incomplete});
+    EXPECT_EQ(telemetry->readout().landmarkConfidence, std::nullopt);
+
+    HandPose unsure = PinchHand{.confidence = 0.1f}.pose(); // probing, and below the floors
+    unsure.landmarks.set(HandLandmark::wrist, {0.5f, 0.2f, 0.5f});
+    frame(0.1, {unsure});
+    EXPECT_NEAR(*telemetry->readout().landmarkConfidence, 0.2, 1e-6);
+
+    frame(0.1, {PinchHand{.confidence = 1}.pose(), PinchHand{.confidence = 0.5f}.pose()});
+    EXPECT_NEAR(*telemetry->readout().landmarkConfidence, 0.2 * 0.5 + 0.8 * (0.2 * 1 + 0.8 * 0.2),
+                1e-6);
+}
+
+// --- Filtering and prediction ----------------------------------------------------------------
+
+// The filters and the prediction, followed beside the recognizer on one moving hand.
+class PinchPredictionTest : public PinchRecognizerTest {
+protected:
+    explicit PinchPredictionTest(
+        const PinchRecognizer::Parameters& parameters = PinchRecognizer::Parameters::defaults)
+        : PinchRecognizerTest(parameters) {}
+
+    // Feeds 20 frames of a hand that moves to the right; returns the last event's pinch point.
+    float2 pinchPointAfterMoving(PinchRecognizer& moved, float speed) {
+        thumb.reset();
+        index.reset();
+        moved.setEventCallback([this](const PinchEvent& event) { events.push_back(event); });
+        events.clear();
+        for (int i = 0; i < 20; ++i) {
+            clock.advanceNanos(33'000'000);
+            const HandPose pose =
+                seen({.at = {0.2f + speed * 0.033f * static_cast<float>(i), 0.5f}});
+            moved.process(std::vector{pose});
+            if (i == 0) continue; // the arming frame is not filtered
+            const double seconds = static_cast<double>(pose.arrivedAtUptimeNanos) / 1e9;
+            const auto feed = [&](OneEuroFilter2D& filter, HandLandmark landmark) {
+                const HandPose::Point point = test::jointOf(pose, landmark);
+                return filter.filter({point.x, point.y}, seconds);
+            };
+            midpoint =
+                (feed(thumb, HandLandmark::thumbTip) + feed(index, HandLandmark::indexTip)) * 0.5f;
+            velocity = (thumb.smoothedVelocity() + index.smoothedVelocity()) * 0.5f;
+        }
+        return std::get<PinchChanged>(events.back()).at;
+    }
+
+    OneEuroFilter2D thumb{1.5f, 0.05f, 1.0f}, index = thumb;
+    float2 midpoint{}, velocity{};
+};
+
+TEST_F(PinchPredictionTest, WithoutLookAheadTheFilteredMidpointIsReported) {
+    PinchRecognizer::Parameters parameters;
+    parameters.predictionSeconds = 0;
+    PinchRecognizer unpredicted(clock, parameters);
+    EXPECT_EQ(pinchPointAfterMoving(unpredicted, 0.9f), midpoint);
+    EXPECT_GT(velocity.x, 0.4f) << "fast enough that a prediction would show";
+}
+
+TEST_F(PinchPredictionTest, BelowTheVelocityFloorNothingIsPredicted) {
+    EXPECT_EQ(pinchPointAfterMoving(recognizer, 0.15f), midpoint);
+    EXPECT_GT(velocity.x, 0.1f);
+}
+
+TEST_F(PinchPredictionTest, BetweenOneAndTwoFloorsThePredictionFadesIn) {
+    const float2 at = pinchPointAfterMoving(recognizer, 0.3f);
+    ASSERT_GT(velocity.x, 0.2f);
+    ASSERT_LT(velocity.x, 0.4f);
+    const float gain = (velocity.x - 0.2f) / 0.2f;
+    EXPECT_NEAR(at.x, midpoint.x + velocity.x * gain * 0.015f, 1e-6f);
+    EXPECT_NEAR(at.y, midpoint.y, 1e-6f);
+}
+
+TEST_F(PinchPredictionTest, AboveTwoFloorsThePredictionIsWhole) {
+    const float2 at = pinchPointAfterMoving(recognizer, 0.9f);
+    ASSERT_GT(velocity.x, 0.4f);
+    EXPECT_NEAR(at.x, midpoint.x + velocity.x * 0.015f, 1e-6f);
+}
+
+TEST_F(PinchPredictionTest, WithoutAVelocityFloorThePredictionIsAlwaysWhole) {
+    PinchRecognizer::Parameters parameters;
+    parameters.predictionVelocityFloor = 0;
+    PinchRecognizer floorless(clock, parameters);
+    const float2 at = pinchPointAfterMoving(floorless, 0.05f);
+    EXPECT_GT(velocity.x, 0.01f);
+    EXPECT_NEAR(at.x, midpoint.x + velocity.x * 0.015f, 1e-6f);
+}
+
+TEST_F(PinchPredictionTest, AnUnstampedPoseIsFilteredAtTheTimeOfTheCall) {
+    PinchRecognizer stamped(clock);
+    std::vector<PinchEvent> fromStamped;
+    stamped.setEventCallback([&](const PinchEvent& event) { fromStamped.push_back(event); });
+    std::vector<PinchEvent> fromUnstamped;
+    for (int i = 0; i < 10; ++i) {
+        clock.advanceNanos(33'000'000);
+        PinchHand hand{.at = {0.2f + 0.03f * static_cast<float>(i), 0.5f}};
+        for (const PinchEvent& event : frame(0, {hand.pose()}))
+            fromUnstamped.push_back(event);
+        stamped.process(std::vector{seen(hand)});
+    }
+    ASSERT_THAT(fromStamped, SizeIs(8));
+    ASSERT_THAT(fromUnstamped, SizeIs(8));
+    EXPECT_EQ(std::get<PinchChanged>(fromStamped.back()).at,
+              std::get<PinchChanged>(fromUnstamped.back()).at);
+}
+
+TEST(PinchRecognizerParameters, DefaultsAreTheTunedOnes) {
+    const auto& defaults = PinchRecognizer::Parameters::defaults;
+    EXPECT_EQ(defaults.pinchEnterRatio, 0.30f);
+    EXPECT_EQ(defaults.pinchExitRatio, 0.35f);
+    EXPECT_EQ(defaults.armingHoldSeconds, 0.06);
+    EXPECT_EQ(defaults.releaseHoldSeconds, 0.04);
+    EXPECT_EQ(defaults.noPoseHardTimeoutSeconds, 1.5);
+    EXPECT_EQ(defaults.confidenceFloors, PinchRecognizer::LandmarkConfidenceFloors::defaults);
+    EXPECT_EQ(defaults.confidenceFloors,
+              (PinchRecognizer::LandmarkConfidenceFloors{0.4f, 0.4f, 0.15f, 0.15f}));
+    EXPECT_EQ(defaults.engagedFloorRelaxation, 0.1f);
+    EXPECT_EQ(defaults.positionFilterMinCutoff, 1.5f);
+    EXPECT_EQ(defaults.positionFilterBeta, 0.05f);
+    EXPECT_EQ(defaults.sizeFilterMinCutoff, 1.0f);
+    EXPECT_EQ(defaults.sizeFilterBeta, 0.02f);
+    EXPECT_EQ(defaults.predictionSeconds, 0.015);
+    EXPECT_EQ(defaults.predictionVelocityFloor, 0.2f);
+    ManualClock clock;
+    EXPECT_EQ(PinchRecognizer(clock).parameters(), defaults);
+}
+
+} // namespace
+} // namespace lanternfly
