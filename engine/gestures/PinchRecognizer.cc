@@ -16,9 +16,15 @@ float2 position(const HandPose::Point& point) {
     return {point.x, point.y};
 }
 
-double poseSeconds(const HandPose& pose, double now) {
-    return pose.arrivedAtUptimeNanos == 0 ? now
-                                          : static_cast<double>(pose.arrivedAtUptimeNanos) / 1e9;
+double seconds(uint64_t nanos) {
+    return static_cast<double>(nanos) / 1e9;
+}
+
+// Counted in nanoseconds first, so that a hold of 0.06 s is reached after 60 ms exactly, however
+// long the machine is up. Negative when the clock has jumped back.
+double elapsedSeconds(uint64_t sinceNanos, uint64_t nowNanos) {
+    return nowNanos >= sinceNanos ? seconds(nowNanos - sinceNanos)
+                                  : -seconds(sinceNanos - nowNanos);
 }
 
 const HandPose* firstOfChirality(std::span<const HandPose> poses, HandPose::Chirality chirality) {
@@ -38,6 +44,33 @@ PinchRecognizer::PinchRecognizer(const Clock& clock, const Parameters& parameter
       _middleMCPFilter(_thumbTipFilter),
       _sizeFilter(parameters.sizeFilterMinCutoff, parameters.sizeFilterBeta, derivativeCutoff) {}
 
+void PinchRecognizer::setTrackingConfig(const TrackingConfig& config) {
+    _parameters.pinchEnterRatio = config.pinchEnterRatio;
+    _parameters.pinchExitRatio = config.pinchExitRatio;
+    _parameters.confidenceFloors = {.thumbTip = config.landmarkFloorThumbTip,
+                                    .indexTip = config.landmarkFloorIndexTip,
+                                    .wrist = config.landmarkFloorWrist,
+                                    .middleMCP = config.landmarkFloorMiddleMCP};
+    _parameters.engagedFloorRelaxation = config.engagedFloorRelaxation;
+    _parameters.positionFilterMinCutoff = config.positionFilterMinCutoff;
+    _parameters.positionFilterBeta = config.positionFilterBeta;
+    _parameters.sizeFilterMinCutoff = config.sizeFilterMinCutoff;
+    _parameters.sizeFilterBeta = config.sizeFilterBeta;
+    _parameters.predictionSeconds = static_cast<double>(config.predictionMs * 0.001f);
+    _parameters.predictionVelocityFloor = config.predictionVelocityFloor;
+
+    const auto tune = [](OneEuroFilter& filter, float minCutoff, float beta) {
+        filter.minCutoff = minCutoff;
+        filter.beta = beta;
+    };
+    for (OneEuroFilter2D* filter :
+         {&_thumbTipFilter, &_indexTipFilter, &_wristFilter, &_middleMCPFilter}) {
+        tune(filter->x, config.positionFilterMinCutoff, config.positionFilterBeta);
+        tune(filter->y, config.positionFilterMinCutoff, config.positionFilterBeta);
+    }
+    tune(_sizeFilter, config.sizeFilterMinCutoff, config.sizeFilterBeta);
+}
+
 void PinchRecognizer::reset() {
     _state = Idle{};
     resetTracking();
@@ -52,18 +85,20 @@ void PinchRecognizer::resetTracking() {
 }
 
 void PinchRecognizer::process(std::span<const HandPose> poses) {
-    const double now = _clock.uptimeSeconds();
+    const uint64_t nowNanos = _clock.uptimeNanos();
     const State state = _state;
     // The event leaves last, so that the callback may reset or tune the recognizer.
-    const auto event = match(state, [&](const auto& current) { return step(current, poses, now); });
+    const auto event =
+        match(state, [&](const auto& current) { return step(current, poses, nowNanos); });
     if (event && _eventCallback) _eventCallback(*event);
 }
 
-std::optional<PinchEvent> PinchRecognizer::step(Idle, std::span<const HandPose> poses, double now) {
+std::optional<PinchEvent> PinchRecognizer::step(Idle, std::span<const HandPose> poses,
+                                                uint64_t nowNanos) {
     const HandPose* closest = nullptr;
     float closestDistance = 0;
     for (const HandPose& pose : poses) {
-        const auto measured = measure(pose, Mode::probing, now);
+        const auto measured = measure(pose, Mode::probing, nowNanos);
         if (!measured || !isAtOrBelowEnter(*measured)) continue;
         if (closest && measured->distance >= closestDistance) continue;
         closest = &pose;
@@ -71,64 +106,68 @@ std::optional<PinchEvent> PinchRecognizer::step(Idle, std::span<const HandPose> 
     }
     if (closest) {
         resetTracking();
-        _state = Arming{now, closest->chirality};
+        _state = Arming{nowNanos, closest->chirality};
     }
     return std::nullopt;
 }
 
 std::optional<PinchEvent> PinchRecognizer::step(Arming arming, std::span<const HandPose> poses,
-                                                double now) {
+                                                uint64_t nowNanos) {
     const HandPose* hand = followedHand(poses, arming.chirality);
-    const auto measured = hand ? follow(*hand, now) : std::nullopt;
+    const auto measured = hand ? follow(*hand, nowNanos) : std::nullopt;
     if (!measured || !isAtOrBelowEnter(*measured)) {
         _state = Idle{};
         return std::nullopt;
     }
-    if (now - arming.since < _parameters.armingHoldSeconds) return std::nullopt;
-    _state = Pinching{arming.chirality, measured->size, now};
+    if (elapsedSeconds(arming.sinceNanos, nowNanos) < _parameters.armingHoldSeconds)
+        return std::nullopt;
+    _state = Pinching{arming.chirality, measured->size, nowNanos};
     return PinchBegan{predicted(measured->midpoint), hand->pts, hand->arrivedAtUptimeNanos};
 }
 
 std::optional<PinchEvent> PinchRecognizer::step(Pinching pinching, std::span<const HandPose> poses,
-                                                double now) {
+                                                uint64_t nowNanos) {
     const HandPose* hand = followedHand(poses, pinching.chirality);
     if (!hand) {
-        if (now - pinching.lastSeenAt < _parameters.noPoseHardTimeoutSeconds) return std::nullopt;
+        if (elapsedSeconds(pinching.lastSeenAtNanos, nowNanos) <
+            _parameters.noPoseHardTimeoutSeconds)
+            return std::nullopt;
         _log.info("pinch released: no pose for {:.3f}s", _parameters.noPoseHardTimeoutSeconds);
         reset();
         return PinchEnded{};
     }
     // A hand in sight whose joints are unsure holds the pinch for as long as it stays.
-    const auto measured = follow(*hand, now);
+    const auto measured = follow(*hand, nowNanos);
     if (!measured) return std::nullopt;
 
     if (isAboveExit(*measured))
-        _state = Releasing{pinching.chirality, pinching.startSize, now};
+        _state = Releasing{pinching.chirality, pinching.startSize, nowNanos};
     else
-        _state = Pinching{pinching.chirality, pinching.startSize, now};
+        _state = Pinching{pinching.chirality, pinching.startSize, nowNanos};
     const float scaleDelta =
         pinching.startSize > smallestHandSize ? measured->size / pinching.startSize : 1.0f;
     return PinchChanged{predicted(measured->midpoint), scaleDelta, hand->pts,
                         hand->arrivedAtUptimeNanos};
 }
 
-std::optional<PinchEvent> PinchRecognizer::step(Releasing releasing,
-                                                std::span<const HandPose> poses, double now) {
+std::optional<PinchEvent>
+PinchRecognizer::step(Releasing releasing, std::span<const HandPose> poses, uint64_t nowNanos) {
     const HandPose* hand = followedHand(poses, releasing.chirality);
-    const auto measured = hand ? follow(*hand, now) : std::nullopt;
+    const auto measured = hand ? follow(*hand, nowNanos) : std::nullopt;
     // Coming back takes the enter ratio: between the two ratios a release goes on.
     if (measured && isAtOrBelowEnter(*measured)) {
-        _state = Pinching{releasing.chirality, releasing.startSize, now};
+        _state = Pinching{releasing.chirality, releasing.startSize, nowNanos};
         return std::nullopt;
     }
-    if (now - releasing.since < _parameters.releaseHoldSeconds) return std::nullopt;
+    if (elapsedSeconds(releasing.sinceNanos, nowNanos) < _parameters.releaseHoldSeconds)
+        return std::nullopt;
     reset();
     const HandPose* last = firstOfChirality(poses, releasing.chirality);
     return last ? PinchEnded{last->pts, last->arrivedAtUptimeNanos} : PinchEnded{};
 }
 
 std::optional<PinchRecognizer::Measurement> PinchRecognizer::measure(const HandPose& pose,
-                                                                     Mode mode, double now) {
+                                                                     Mode mode, uint64_t nowNanos) {
     const auto* thumbTip = measurablePoint(pose, HandLandmark::thumbTip);
     const auto* indexTip = measurablePoint(pose, HandLandmark::indexTip);
     const auto* wrist = measurablePoint(pose, HandLandmark::wrist);
@@ -150,7 +189,8 @@ std::optional<PinchRecognizer::Measurement> PinchRecognizer::measure(const HandP
         !isSure(*wrist, floors.wrist) || !isSure(*middleMCP, floors.middleMCP))
         return std::nullopt;
 
-    const double time = poseSeconds(pose, now);
+    const double time =
+        seconds(pose.arrivedAtUptimeNanos != 0 ? pose.arrivedAtUptimeNanos : nowNanos);
     const auto place = [&](const HandPose::Point& point, OneEuroFilter2D& filter) {
         return mode == Mode::probing ? position(point) : filter.filter(position(point), time);
     };
@@ -167,8 +207,8 @@ std::optional<PinchRecognizer::Measurement> PinchRecognizer::measure(const HandP
 }
 
 std::optional<PinchRecognizer::Measurement> PinchRecognizer::follow(const HandPose& pose,
-                                                                    double now) {
-    const auto measured = measure(pose, Mode::following, now);
+                                                                    uint64_t nowNanos) {
+    const auto measured = measure(pose, Mode::following, nowNanos);
     if (measured) _lastTrackedMidpoint = measured->midpoint;
     return measured;
 }

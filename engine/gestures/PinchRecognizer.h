@@ -16,6 +16,7 @@
 #include "gestures/HandPose.h"
 #include "gestures/OneEuroFilter.h"
 #include "gestures/PinchEvent.h"
+#include "store/TrackingConfig.h"
 
 namespace lanternfly {
 
@@ -62,6 +63,8 @@ public:
         _telemetry = std::move(telemetry);
     }
     const Parameters& parameters() const { return _parameters; }
+    // Takes over the tuning; a pinch that is going on goes on, with the filters' memory.
+    void setTrackingConfig(const TrackingConfig& config);
     // Back to idle, filters cold. Emits nothing.
     void reset();
     // Once per processed camera frame, with all hands of the frame.
@@ -69,18 +72,18 @@ public:
 
 private:
     struct Arming {
-        double since; // seconds
+        uint64_t sinceNanos; // uptime
         HandPose::Chirality chirality;
     };
     struct Pinching {
         HandPose::Chirality chirality;
         float startSize;
-        double lastSeenAt;
+        uint64_t lastSeenAtNanos;
     };
     struct Releasing {
         HandPose::Chirality chirality;
         float startSize;
-        double since;
+        uint64_t sinceNanos;
     };
     struct Idle {};
     using State = std::variant<Arming, Pinching, Releasing, Idle>;
@@ -92,14 +95,16 @@ private:
         float size;     // wrist to middle MCP
     };
 
-    std::optional<PinchEvent> step(Idle, std::span<const HandPose> poses, double now);
-    std::optional<PinchEvent> step(Arming arming, std::span<const HandPose> poses, double now);
-    std::optional<PinchEvent> step(Pinching pinching, std::span<const HandPose> poses, double now);
+    std::optional<PinchEvent> step(Idle, std::span<const HandPose> poses, uint64_t nowNanos);
+    std::optional<PinchEvent> step(Arming arming, std::span<const HandPose> poses,
+                                   uint64_t nowNanos);
+    std::optional<PinchEvent> step(Pinching pinching, std::span<const HandPose> poses,
+                                   uint64_t nowNanos);
     std::optional<PinchEvent> step(Releasing releasing, std::span<const HandPose> poses,
-                                   double now);
+                                   uint64_t nowNanos);
 
-    std::optional<Measurement> measure(const HandPose& pose, Mode mode, double now);
-    std::optional<Measurement> follow(const HandPose& pose, double now);
+    std::optional<Measurement> measure(const HandPose& pose, Mode mode, uint64_t nowNanos);
+    std::optional<Measurement> follow(const HandPose& pose, uint64_t nowNanos);
     const HandPose* followedHand(std::span<const HandPose> poses,
                                  HandPose::Chirality chirality) const;
     float2 predicted(float2 midpoint) const;

@@ -115,6 +115,10 @@ struct Row {
     std::vector<Moment> moments;
 };
 
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
+
 class PinchStateTable : public testing::TestWithParam<Row> {};
 
 TEST_P(PinchStateTable, Holds) {
@@ -597,6 +601,60 @@ TEST_F(PinchPredictionTest, AnUnstampedPoseIsFilteredAtTheTimeOfTheCall) {
     ASSERT_THAT(fromUnstamped, SizeIs(8));
     EXPECT_EQ(std::get<PinchChanged>(fromStamped.back()).at,
               std::get<PinchChanged>(fromUnstamped.back()).at);
+}
+
+TEST_F(PinchRecognizerTest, ATrackingConfigTunesWhatItNamesAndNothingElse) {
+    TrackingConfig config;
+    config.pinchEnterRatio = 0.2f;
+    config.pinchExitRatio = 0.5f;
+    config.landmarkFloorThumbTip = 0.11f;
+    config.landmarkFloorIndexTip = 0.12f;
+    config.landmarkFloorWrist = 0.13f;
+    config.landmarkFloorMiddleMCP = 0.14f;
+    config.engagedFloorRelaxation = 0.05f;
+    config.positionFilterMinCutoff = 3;
+    config.positionFilterBeta = 0.3f;
+    config.sizeFilterMinCutoff = 2;
+    config.sizeFilterBeta = 0.4f;
+    config.predictionMs = 33;
+    config.predictionVelocityFloor = 0.7f;
+
+    PinchRecognizer::Parameters expected;
+    expected.armingHoldSeconds = 0.5;
+    expected.releaseHoldSeconds = 0.6;
+    expected.noPoseHardTimeoutSeconds = 0.7;
+    PinchRecognizer tuned(clock, expected);
+    tuned.setTrackingConfig(config);
+
+    expected.pinchEnterRatio = 0.2f;
+    expected.pinchExitRatio = 0.5f;
+    expected.confidenceFloors = {0.11f, 0.12f, 0.13f, 0.14f};
+    expected.engagedFloorRelaxation = 0.05f;
+    expected.positionFilterMinCutoff = 3;
+    expected.positionFilterBeta = 0.3f;
+    expected.sizeFilterMinCutoff = 2;
+    expected.sizeFilterBeta = 0.4f;
+    expected.predictionSeconds = static_cast<double>(33.0f * 0.001f);
+    expected.predictionVelocityFloor = 0.7f;
+    EXPECT_EQ(tuned.parameters(), expected);
+}
+
+TEST_F(PinchRecognizerTest, TuningDuringAPinchKeepsThePinch) {
+    begin();
+    TrackingConfig config;
+    config.positionFilterMinCutoff = 1.5f;
+    config.sizeFilterMinCutoff = 1e9f;
+    config.predictionMs = 0;
+    recognizer.setTrackingConfig(config);
+
+    // The position filter goes on from where it was, at its new cutoff.
+    OneEuroFilter x(1.5f, 0.05f, 1.0f);
+    const double start = clock.uptimeSeconds();
+    x.filter(0.5f, start);
+    ASSERT_THAT(frame(0.033, {PinchHand{.at = {0.6f, 0.5f}, .ratio = 0}.pose()}), SizeIs(1));
+    EXPECT_NEAR(std::get<PinchChanged>(events[0]).at.x, x.filter(0.6f, clock.uptimeSeconds()),
+                1e-3f);
+    EXPECT_LT(std::get<PinchChanged>(events[0]).at.x, 0.55f);
 }
 
 TEST(PinchRecognizerParameters, DefaultsAreTheTunedOnes) {
