@@ -18,9 +18,9 @@ namespace lanternfly {
 class HandPoseScript {
 public:
     struct Answer {
-        std::vector<HandObservation> hands;
-        std::string failure;                  // when not empty, detect() throws it
-        std::function<void()> whileDetecting; // runs on the detecting thread; may be empty
+        std::vector<HandObservation> hands{};
+        std::string failure{};                  // when not empty, detect() throws it
+        std::function<void()> whileDetecting{}; // runs on the detecting thread; may be empty
     };
     struct Picture {
         int width, height;

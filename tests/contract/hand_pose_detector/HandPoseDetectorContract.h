@@ -65,11 +65,13 @@ protected:
     static void expectInRange(const std::vector<HandObservation>& hands) {
         EXPECT_LE(hands.size(), static_cast<size_t>(HandPoseDetector::maximumHandCount));
         const auto isUnit = [](float value) { return value >= 0 && value <= 1; };
-        for (const HandObservation& hand : hands)
-            for (const auto& point : hand.points)
-                if (point)
-                    EXPECT_TRUE(isUnit(point->x) && isUnit(point->y) && isUnit(point->confidence))
-                        << point->x << ", " << point->y << ", " << point->confidence;
+        for (const HandObservation& hand : hands) {
+            for (const auto& point : hand.points) {
+                if (!point) continue;
+                EXPECT_TRUE(isUnit(point->x) && isUnit(point->y) && isUnit(point->confidence))
+                    << point->x << ", " << point->y << ", " << point->confidence;
+            }
+        }
     }
 
     static std::vector<float> numbersOf(const std::vector<HandObservation>& hands) {
