@@ -28,6 +28,7 @@ struct Look {
         return mix(s, V3(.60f, .355f, .275f), .30f + .40f * tone) * mix(1.f, .78f, tone);
     }
 };
+
 struct Lights {
     V3 keyD = norm({-.55f, .60f, .62f}), keyC{2.15f, 2.0f, 1.82f};
     V3 fillD = norm({.55f, -.05f, .85f}), fillC{.46f, .52f, .62f};

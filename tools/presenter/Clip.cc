@@ -1,9 +1,5 @@
 #include "Clip.h"
 
-#include "Png.h"
-#include "Room.h"
-#include "Script.h"
-#include "Truth.h"
 #include <atomic>
 #include <condition_variable>
 #include <cstdio>
@@ -14,6 +10,11 @@
 #include <mutex>
 #include <sstream>
 #include <thread>
+
+#include "Png.h"
+#include "Room.h"
+#include "Script.h"
+#include "Truth.h"
 
 namespace presenter {
 

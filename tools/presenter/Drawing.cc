@@ -30,6 +30,7 @@ void renderArm(Layer& out, const Camera& cam, const HandGeom& g, const Look& loo
         return lightSurface(s, n, -r, ao, sh, L);
     });
 }
+
 void renderBody(Layer& out, const Camera& cam, const Body& b, const Lights& L,
                 const HandGeom* const* arms, int nArms) {
     auto m = [&](V3 p) { return b.map(p); };

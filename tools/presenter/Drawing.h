@@ -1,9 +1,10 @@
 // Draws arms and body into layers, and blurs a layer along its motion.
 #pragma once
 
+#include <vector>
+
 #include "Body.h"
 #include "HandSurface.h"
-#include <vector>
 
 namespace presenter {
 

@@ -1,8 +1,9 @@
 // The camera behind the lens.
 #pragma once
 
-#include "Maths.h"
 #include <vector>
+
+#include "Maths.h"
 
 namespace presenter {
 

@@ -9,6 +9,7 @@ HandPose mix(const HandPose& a, const HandPose& b,
         r.data()[i] = mix(a.data()[i], b.data()[i], t);
     return r;
 }
+
 void limitPose(HandPose& p) { // plausible ranges of motion
     auto cl = [](float& v, float a, float b) { v = std::min(b, std::max(a, v)); };
     for (int i = 0; i < 4; i++) {

@@ -6,8 +6,9 @@
 // DIP, tip).
 #pragma once
 
-#include "Maths.h"
 #include <vector>
+
+#include "Maths.h"
 
 namespace presenter {
 
@@ -29,6 +30,7 @@ struct HandPose {
     float* data() { return abd; }
     const float* data() const { return abd; }
 };
+
 static_assert(sizeof(HandPose) == HandPose::N * sizeof(float));
 
 HandPose mix(const HandPose& a, const HandPose& b, float t);

@@ -12,19 +12,24 @@ constexpr float kPi = 3.14159265358979f;
 inline float rad(float deg) {
     return deg * (kPi / 180.f);
 }
+
 inline float clamp01(float x) {
     return std::min(1.f, std::max(0.f, x));
 }
+
 inline float mix(float a, float b, float t) {
     return a + (b - a) * t;
 }
+
 inline float smooth(float e0, float e1, float x) {
     float t = clamp01((x - e0) / (e1 - e0));
     return t * t * (3 - 2 * t);
 }
+
 inline float sq(float x) {
     return x * x;
 }
+
 inline float gauss(float x, float s) {
     return std::exp(-sq(x / s));
 }
@@ -51,21 +56,27 @@ struct V3 {
         return *this;
     }
 };
+
 inline V3 operator*(float s, V3 a) {
     return a * s;
 }
+
 inline float dot(V3 a, V3 b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
+
 inline V3 cross(V3 a, V3 b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
+
 inline float len(V3 a) {
     return std::sqrt(dot(a, a));
 }
+
 inline V3 norm(V3 a) {
     return a * (1.f / std::max(1e-9f, len(a)));
 }
+
 inline V3 mix(V3 a, V3 b, float t) {
     return a + (b - a) * t;
 }
@@ -88,6 +99,7 @@ struct Quat {
     }
     Quat conj() const { return {w, -x, -y, -z}; }
 };
+
 inline Quat slerp(Quat a, Quat b, float t) {
     float d = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
     if (d < 0) {
@@ -104,6 +116,7 @@ inline Quat slerp(Quat a, Quat b, float t) {
     float n = 1 / std::sqrt(q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z);
     return {q.w * n, q.x * n, q.y * n, q.z * n};
 }
+
 // roll about the view axis, yaw about the vertical, pitch about the horizontal axis (degrees)
 inline Quat euler(float roll, float yaw, float pitch) {
     return Quat::axis({0, 0, 1}, roll) * Quat::axis({0, 1, 0}, yaw) * Quat::axis({1, 0, 0}, pitch);
@@ -135,6 +148,7 @@ inline float hash3(int x, int y, int z) {
     h ^= h >> 16;
     return (h & 0xffffff) * (2.f / 16777215.f) - 1.f;
 }
+
 inline float noise3(V3 p) {
     float fx = std::floor(p.x), fy = std::floor(p.y), fz = std::floor(p.z);
     int x = int(fx), y = int(fy), z = int(fz);
@@ -148,6 +162,7 @@ inline float noise3(V3 p) {
                   mix(hash3(x, y + 1, z + 1), hash3(x + 1, y + 1, z + 1), u), v);
     return mix(a, b, w);
 }
+
 inline float fbm(V3 p, int oct) {
     float s = 0, a = 0.5f;
     for (int i = 0; i < oct; i++) {
@@ -163,6 +178,7 @@ inline float smin(float a, float b, float k) {
     float h = std::max(k - std::fabs(a - b), 0.f) / k;
     return std::min(a, b) - h * h * k * 0.25f;
 }
+
 inline float smax(float a, float b, float k) {
     return -smin(-a, -b, k);
 }
@@ -172,6 +188,7 @@ inline float sdCapsule(V3 p, V3 a, V3 b, float ra, float rb) {
     float t = clamp01(dot(pa, ba) / std::max(1e-6f, dot(ba, ba)));
     return len(pa - ba * t) - mix(ra, rb, t);
 }
+
 inline float sdEllipsoid(V3 p, V3 r) {
     V3 q{p.x / r.x, p.y / r.y, p.z / r.z}, g{q.x / r.x, q.y / r.y, q.z / r.z};
     float k0 = len(q), k1 = len(g);

@@ -12,6 +12,7 @@ V3 elbowFor(V3 sh, V3 w, bool right) { // two-bone arm, elbow down and a little 
     pole = norm(pole - u * dot(pole, u));
     return sh + u * x + pole * h;
 }
+
 Quat mirrored(Quat q) {
     return {q.w, q.x, -q.y, -q.z};
 }

@@ -1,27 +1,31 @@
 // One moment of the scene: where hands and head are, and the picture of it.
 #pragma once
 
-#include "Body.h"
-#include "Drawing.h"
-#include "Film.h"
 #include <cstdint>
 #include <vector>
 
+#include "Body.h"
+#include "Drawing.h"
+#include "Film.h"
+
 namespace presenter {
 
+// rot is that of a right hand; a left one is its mirror image.
 struct HandState {
     V3 pos;
     Quat rot;
     HandPose pose;
     bool present = false, useElbow = false;
     V3 elbow;
-}; // rot as for a right hand (mirrored for the left)
+};
+
+// hand[0] is the right one.
 struct Moment {
     HandState hand[2];
     V3 headOff;
     Quat headRot;
     float blink = 0, smile = .35f, gazeX = 0, gazeY = 0;
-}; // hand[0] = right
+};
 
 struct Presenter {
     HandShape shape;
@@ -37,6 +41,7 @@ struct Built {
     bool on[2];
     Body body;
 };
+
 struct Frame {
     std::vector<uint8_t> rgb;
     Built scene;

@@ -1,8 +1,9 @@
 // What is behind the presenter.
 #pragma once
 
-#include "Maths.h"
 #include <vector>
+
+#include "Maths.h"
 
 namespace presenter {
 

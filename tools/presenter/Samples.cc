@@ -1,14 +1,15 @@
 #include "Samples.h"
 
-#include "Png.h"
-#include "Room.h"
-#include "Truth.h"
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
+
+#include "Png.h"
+#include "Room.h"
+#include "Truth.h"
 
 namespace presenter {
 

@@ -23,6 +23,7 @@ float pchip(float y0, float y1, float y2, float y3, float h0, float h1, float h2
     return (2 * u3 - 3 * u2 + 1) * y1 + (u3 - 2 * u2 + u) * h1 * m1 + (-2 * u3 + 3 * u2) * y2 +
            (u3 - u2) * h1 * m2;
 }
+
 void evalKeys(const std::vector<Key>& k, float t, V3& p, Quat& q) {
     int n = int(k.size()), i = 0;
     t = std::min(k[n - 1].t - 1e-4f, std::max(k[0].t, t));
@@ -38,6 +39,7 @@ void evalKeys(const std::vector<Key>& k, float t, V3& p, Quat& q) {
     q = slerp(euler(b.roll, b.yaw + in, b.pitch), euler(c.roll, c.yaw + in, c.pitch),
               u * u * (3 - 2 * u));
 }
+
 HandPose evalPose(const std::vector<PoseKey>& k, float t, const std::vector<HandPose>& lib) {
     int n = int(k.size()), i = 0;
     t = std::min(k[n - 1].t, std::max(k[0].t, t));
@@ -46,6 +48,7 @@ HandPose evalPose(const std::vector<PoseKey>& k, float t, const std::vector<Hand
     float u = clamp01((t - k[i].t) / (k[i + 1].t - k[i].t));
     return mix(lib[int(k[i].n)], lib[int(k[i + 1].n)], u * u * (3 - 2 * u));
 }
+
 float wobble(float t, int ch) {
     return noise3({t * 1.1f, ch * 7.3f, 2.5f}) + .5f * noise3({t * 3.1f, ch * 5.1f, 9.5f}) +
            .18f * noise3({t * 9.f, ch * 3.1f, 4.f});

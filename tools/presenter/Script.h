@@ -1,9 +1,10 @@
 // What the presenter does, second by second.
 #pragma once
 
-#include "Moment.h"
 #include <string>
 #include <vector>
+
+#include "Moment.h"
 
 namespace presenter {
 

@@ -78,12 +78,14 @@ void trace(Layer& out, const Camera& cam, float tmax, Map map, Shade shade) {
                 }
         }
 }
+
 template <class Map>
 V3 normalAt(V3 p, Map map, float e) {
     const V3 k0{1, -1, -1}, k1{-1, -1, 1}, k2{-1, 1, -1}, k3{1, 1, 1};
     return norm(k0 * map(p + k0 * e) + k1 * map(p + k1 * e) + k2 * map(p + k2 * e) +
                 k3 * map(p + k3 * e));
 }
+
 template <class Map>
 float softShadow(V3 p, V3 l, Map map, float tmax, float k, int steps, float start) {
     float j = hash3(int(p.x * 97), int(p.y * 89), int(p.z * 83)) * .5f + .5f, r = 1,

@@ -1,8 +1,9 @@
 // The exact truth of a picture, as JSON.
 #pragma once
 
-#include "Moment.h"
 #include <ostream>
+
+#include "Moment.h"
 
 namespace presenter {
 
@@ -12,6 +13,7 @@ struct Truth {
     float pinch2, pinch3;
     int inside;
 };
+
 Truth measure(const HandGeom& g, const Camera& cam);
 void putHand(std::ostream& o, const Truth& t, const HandGeom& g, const char* side);
 
