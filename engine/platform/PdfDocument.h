@@ -1,11 +1,10 @@
 // Port: an opened PDF document whose pages are drawn elsewhere.
-// Threads: safe; completions run on the document's own thread, one at a time, in order.
+// Threads: safe; completions run on the document's own queue, one at a time, in request order.
 #pragma once
 
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -24,35 +23,41 @@ public:
         encrypted,       // needs a password
         noPages,         // opens, but has no pages
         rendererFailed,  // the drawing process died or could not be started
-        rendererTimeout, // the page took longer than it may
-        pageRefused,     // the page has no area, or would need too much memory
+        rendererTimeout, // opening or drawing took longer than it may
+        noSuchPage,      // the index is outside 0 ..< pageCount
+        pageRefused,     // the page has no area or an absurd one, or would need too much memory
     };
-    PdfError(Kind kind, const std::string& text) : std::runtime_error(text), kind(kind) {}
-    const Kind kind;
-};
+    // The text is a sentence for the user: it names the file and says what to do.
+    PdfError(Kind kind, const std::filesystem::path& file);
+    // The same about one page.
+    PdfError(Kind kind, const std::filesystem::path& file, int pageIndex);
 
-// Points (1/72 inch) of the media box.
-struct PdfPageSize {
-    double width = 0, height = 0;
+    Kind kind() const { return _kind; }
+
+private:
+    Kind _kind;
 };
 
 class PdfDocument {
 public:
     // Either a picture, opaque BGRA on white with its first row at the top, or why there is none.
-    using PageCompletion = std::function<void(std::variant<PixelBufferRef, PdfError>)>;
+    using PageResult = std::variant<PixelBufferRef, PdfError>;
+    using PageCompletion = std::function<void(PageResult)>;
 
     virtual ~PdfDocument() = default;
     virtual int pageCount() const = 0;
-    // Absent when there is no such page.
-    virtual std::optional<PdfPageSize> pageSize(int index) const = 0;
-    // Draws the page's media box onto exactly widthPX × heightPX pixels.
-    virtual void renderPage(int index, int widthPX, int heightPX, PageCompletion completion) = 0;
+    // Draws the page as large as it fits, with its aspect kept, in widthPX × heightPX; the picture
+    // has the size fittedPageSize gives. The page is what viewers show: upright after its own
+    // rotation, and its crop box where it has one, which is the media box where it has none. A
+    // document that is released drops its waiting requests without completing them.
+    virtual void renderPage(int index, double widthPX, double heightPX,
+                            PageCompletion completion) = 0;
 };
 
-// Opens documents. Throws PdfError with a sentence for the user that names the file.
 class PdfOpener {
 public:
     virtual ~PdfOpener() = default;
+    // Blocks until the document is open. Throws PdfError.
     virtual std::shared_ptr<PdfDocument> open(const std::filesystem::path& file) = 0;
 };
 
