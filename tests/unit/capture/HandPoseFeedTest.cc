@@ -517,31 +517,32 @@ TEST_F(HandPoseFeedTest, WithoutTelemetryAndCallbackFramesAreProcessedAllTheSame
 
 // --- Release ---------------------------------------------------------------------------------
 
-TEST_F(HandPoseFeedTest, AReleasedFeedFinishesItsDetectionAndSaysNothing) {
+TEST_F(HandPoseFeedTest, AFeedReleasedDuringADetectionEndsWithIt) {
     struct AnnouncedEnd final : HandPoseDetector {
-        AnnouncedEnd(std::shared_ptr<HandPoseScript> ofScript, std::promise<void>& toAnnounce)
-            : inner(std::move(ofScript)), announced(toAnnounce) {}
-        ~AnnouncedEnd() override { announced.set_value(); }
+        AnnouncedEnd(std::shared_ptr<HandPoseScript> ofScript, std::promise<void> toKeep)
+            : inner(std::move(ofScript)), ended(std::move(toKeep)) {}
+        ~AnnouncedEnd() override { ended.set_value(); }
         void detect(const PixelBuffer& picture, std::vector<HandObservation>& hands) override {
             inner.detect(picture, hands);
         }
         ScriptedHandPoseDetector inner;
-        std::promise<void>& announced;
+        std::promise<void> ended;
     };
-    std::promise<void> ended;
-    bool isCalledBack = false;
-    auto released =
-        HandPoseFeed::create(clock, [&] { return std::make_unique<AnnouncedEnd>(script, ended); });
-    released->setPoseCallback([&](std::span<const HandPose>) { isCalledBack = true; });
+    std::promise<void> promise;
+    const auto ended = promise.get_future();
+    auto released = HandPoseFeed::create(
+        clock, [&] { return std::make_unique<AnnouncedEnd>(script, std::move(promise)); });
+    const std::weak_ptr<HandPoseFeed> watched = released;
     released->start();
     released->waitUntilIdle();
     script->hold();
     released->process(camera, MediaTime::make(0, 30));
     script->waitUntilHeld();
     released.reset();
+    EXPECT_FALSE(watched.expired()) << "the detection keeps it";
     script->release();
-    ended.get_future().wait();
-    EXPECT_FALSE(isCalledBack);
+    ended.wait();
+    EXPECT_TRUE(watched.expired());
 }
 
 } // namespace
