@@ -1,0 +1,138 @@
+#include "platform/linux/vision/HandNetworks.h"
+
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/vision/HandModelFolder.h"
+
+namespace lanternfly {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path models = fs::path(LANTERNFLY_SOURCE_DIR) / "models";
+
+std::string bytesOf(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// A folder with copies of both networks, to be damaged.
+class DamagedModels : public testing::Test {
+protected:
+    void SetUp() override {
+        folder = fs::path(testing::TempDir()) /
+                 testing::UnitTest::GetInstance()->current_test_info()->name();
+        fs::remove_all(folder);
+        fs::create_directories(folder);
+        fs::copy(models / HandNetworks::detectorFile, folder);
+        fs::copy(models / HandNetworks::landmarksFile, folder);
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    void write(const char* file, const std::string& bytes) const {
+        std::ofstream(folder / file, std::ios::binary | std::ios::trunc) << bytes;
+    }
+    // The sentence of the error that loading ends in, or nothing.
+    std::string refusal() const {
+        try {
+            HandNetworks networks(folder);
+        } catch (const HandPoseError& error) {
+            EXPECT_EQ(error.kind, HandPoseError::Kind::modelUnreadable);
+            return error.what();
+        }
+        return {};
+    }
+    std::string sentence(const char* file, const char* reason) const {
+        return "The hand model \"" + (folder / file).string() + "\" cannot be used: " + reason +
+               ".";
+    }
+
+    fs::path folder;
+};
+
+} // namespace
+
+TEST_F(DamagedModels, AreNotThereYet) {
+    EXPECT_EQ(refusal(), "");
+}
+
+TEST_F(DamagedModels, AMissingFileIsNamed) {
+    fs::remove(folder / HandNetworks::landmarksFile);
+    EXPECT_EQ(refusal(), sentence("hand_landmarks.onnx", "the file cannot be opened"));
+}
+
+TEST_F(DamagedModels, AnEmptyFileIsNamed) {
+    write(HandNetworks::detectorFile, "");
+    EXPECT_EQ(refusal(), sentence("hand_detector.onnx", "the file is empty"));
+}
+
+TEST_F(DamagedModels, AFolderIsNoModel) {
+    fs::remove(folder / HandNetworks::detectorFile);
+    fs::create_directory(folder / HandNetworks::detectorFile);
+    EXPECT_NE(refusal(), "");
+}
+
+TEST_F(DamagedModels, AnyTruncationIsRefused) {
+    const std::string whole = bytesOf(models / HandNetworks::detectorFile);
+    for (const size_t size : {size_t{1}, size_t{100}, whole.size() / 3, whole.size() - 1}) {
+        write(HandNetworks::detectorFile, whole.substr(0, size));
+        EXPECT_EQ(refusal(), sentence("hand_detector.onnx",
+                                      "it is damaged or no network that this program can run"))
+            << size << " bytes";
+    }
+}
+
+TEST_F(DamagedModels, TheOtherNetworkIsRefused) {
+    write(HandNetworks::landmarksFile, bytesOf(models / HandNetworks::detectorFile));
+    EXPECT_NE(refusal().find("hand_landmarks.onnx"), std::string::npos);
+    write(HandNetworks::landmarksFile, bytesOf(models / HandNetworks::landmarksFile));
+    write(HandNetworks::detectorFile, bytesOf(models / HandNetworks::landmarksFile));
+    EXPECT_NE(refusal().find("hand_detector.onnx"), std::string::npos);
+}
+
+TEST_F(DamagedModels, WeightsThatAreNoNumbersAreRefused) {
+    std::string bytes = bytesOf(models / HandNetworks::detectorFile);
+    // Most of the file is weights; a row of NaN in their middle reaches every output.
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (size_t i = 0; i < 4000; ++i)
+        std::memcpy(bytes.data() + bytes.size() / 2 + i * sizeof nan, &nan, sizeof nan);
+    write(HandNetworks::detectorFile, bytes);
+    EXPECT_NE(refusal(), "");
+}
+
+// Whatever happened to the bytes, loading ends in networks or in an error that says which file.
+TEST_F(DamagedModels, RandomDamageNeverDoesMoreThanRefuse) {
+    const std::string whole = bytesOf(models / HandNetworks::detectorFile);
+    std::mt19937 random(3);
+    const auto below = [&](size_t n) { return static_cast<size_t>(random()) % n; };
+    int refused = 0;
+    for (int round = 0; round < 60; ++round) {
+        std::string bytes = whole;
+        if (round % 3 == 0) {
+            bytes.erase(below(bytes.size()), 1 + below(4096));
+        } else {
+            // The description of the graph is at the front, that of the outputs at the end.
+            const size_t from = round % 3 == 1 ? 0 : bytes.size() - 4000;
+            for (int i = 0; i < 3; ++i)
+                bytes[from + below(4000)] = static_cast<char>(random());
+        }
+        write(HandNetworks::detectorFile, bytes);
+        const std::string text = refusal();
+        if (text.empty()) continue;
+        ++refused;
+        EXPECT_NE(text.find("hand_detector.onnx"), std::string::npos);
+    }
+    EXPECT_GT(refused, 30);
+}
+
+TEST(HandModelFolder, HoldsBothNetworks) {
+    EXPECT_TRUE(fs::exists(defaultHandModelFolder() / HandNetworks::detectorFile));
+    EXPECT_TRUE(fs::exists(defaultHandModelFolder() / HandNetworks::landmarksFile));
+}
+
+} // namespace lanternfly
