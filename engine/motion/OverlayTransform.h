@@ -3,8 +3,11 @@
 #pragma once
 
 #include "base/Vectors.h"
+#include "document/Placement.h"
 
 namespace lanternfly {
+
+struct Layer;
 
 // Positions live in the canvas space: centred on (0, 0), −0.5…0.5 from edge to edge, y up.
 struct OverlayTransform {
@@ -22,6 +25,12 @@ struct OverlayTransform {
     static OverlayTransform upperRight(float slideAspect, float canvas, float scale,
                                        float paddingFraction);
     static OverlayTransform centered(float slideAspect, float canvas, float scale);
+
+    // The placement of a document's layer: its explicit position, or else its anchor and size
+    // class. A position whose numbers are not finite counts as absent. The aspect changes nothing.
+    static OverlayTransform ofLayer(const Layer& layer, float canvasAspect);
+    // The document's position: −1…1 across the canvas.
+    Position kivaPosition() const;
 
     // A document's depth z (0…1) and the scale that stands for it: straight lines through (0,
     // 0.18), (0.5, 0.36) and (1, 0.65), continued outside. Each is the other's inverse.
