@@ -21,7 +21,7 @@ release: deps
 	cmake --preset release
 	cmake --build --preset release --target lanternfly lanternfly-pdf-worker
 
-LANTERNFLY = $(firstword $(wildcard build/release/app/lanternfly build/release/app/*/lanternfly))
+LANTERNFLY = build/release/app/lanternfly
 
 run: release
 	@mkdir -p out
