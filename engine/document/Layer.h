@@ -36,12 +36,12 @@ struct Layer {
     // Creator of layers that are made on this machine.
     static constexpr const char* localCreatorID = "lanternfly.local";
 
-    std::string id;
+    std::string id{};
     LayerKind kind = LayerKind::caption;
-    Placement placement;
+    Placement placement{};
     bool isHidden = false;
-    std::string creatorID;
-    LayerContent content;
+    std::string creatorID{};
+    LayerContent content{};
 
     // The staged window layer, at the neutral position.
     static Layer lanternflyOnDeck(WindowContent::Source source, std::string creatorID);

@@ -42,7 +42,7 @@ struct Position {
 };
 
 struct Placement {
-    std::optional<Position> position; // decides alone when present
+    std::optional<Position> position{}; // decides alone when present
     Anchor anchor = Anchor::center;
     SizeClass sizeClass = SizeClass::medium;
 

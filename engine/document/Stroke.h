@@ -18,9 +18,9 @@ struct Stroke {
     // Viewport pixels, x then y. Readers tolerate a point of another length.
     using Point = std::vector<double>;
 
-    std::string color; // "#RRGGBB" or "#RRGGBBAA"
-    double width = 0;  // viewport pixels
-    std::vector<Point> points;
+    std::string color{}; // "#RRGGBB" or "#RRGGBBAA"
+    double width = 0;    // viewport pixels
+    std::vector<Point> points{};
 
     friend bool operator==(const Stroke&, const Stroke&) = default;
 };
