@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Match.h"
+#include "gestures/UptimeSpan.h"
 
 namespace lanternfly {
 
@@ -18,13 +19,6 @@ float2 position(const HandPose::Point& point) {
 
 double seconds(uint64_t nanos) {
     return static_cast<double>(nanos) / 1e9;
-}
-
-// Counted in nanoseconds first, so that a hold of 0.06 s is reached after 60 ms exactly, however
-// long the machine is up. Negative when the clock has jumped back.
-double elapsedSeconds(uint64_t sinceNanos, uint64_t nowNanos) {
-    return nowNanos >= sinceNanos ? seconds(nowNanos - sinceNanos)
-                                  : -seconds(sinceNanos - nowNanos);
 }
 
 const HandPose* firstOfChirality(std::span<const HandPose> poses, HandPose::Chirality chirality) {
