@@ -40,7 +40,8 @@ HandTruth readHandTruth(const std::filesystem::path& file) {
         for (std::string line; std::getline(stream, line);)
             truth.push_back(handsFrom(nlohmann::json::parse(line).at("hands")));
     } else {
-        for (const auto& frame : nlohmann::json::parse(stream).at("frames"))
+        const auto labels = nlohmann::json::parse(stream);
+        for (const auto& frame : labels.at("frames"))
             truth.push_back(handsFrom(frame));
     }
     return truth;
