@@ -1,5 +1,7 @@
 #include "platform/PdfDocument.h"
 
+#include <cstdint>
+
 #include <fmt/format.h>
 
 namespace lanternfly {
@@ -45,7 +47,8 @@ PdfError::PdfError(Kind kind, const std::filesystem::path& file)
     : std::runtime_error(sentence(kind, named(file))), _kind(kind) {}
 
 PdfError::PdfError(Kind kind, const std::filesystem::path& file, int pageIndex)
-    : std::runtime_error(sentence(kind, fmt::format("Page {} of {}", pageIndex + 1, named(file)))),
+    : std::runtime_error(
+          sentence(kind, fmt::format("Page {} of {}", int64_t{pageIndex} + 1, named(file)))),
       _kind(kind) {}
 
 } // namespace lanternfly
