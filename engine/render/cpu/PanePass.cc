@@ -46,7 +46,7 @@ public:
         const auto point = _row.at(x);
         const Mask isReached =
             hn::And(point.isInQuad,
-                    hn::Lt(point.distance, set(std::max(_p.shadowRadius, _p.field.maxEdgeWidth))));
+                    hn::Le(point.distance, set(std::max(_p.shadowRadius, _p.field.maxEdgeWidth))));
         if (hn::AllFalse(floats, isReached)) return;
         const float flatDepth = -std::max(_p.rimWidth, _p.field.maxEdgeWidth);
         const Mask isFlat = hn::And(point.isInQuad, hn::Le(point.distance, set(flatDepth)));
@@ -95,13 +95,14 @@ private:
         const Floats v = toUv(point.y);
         const Bgra content = sample(_slide, u, v);
         const Floats alpha = hn::Mul(content.a, set(_p.opacity / 255));
-        const Bgra source = lit(content, specular(v), alpha);
+        Bgra source = lit(content, specular(v), alpha);
         if (hn::AllTrue(floats, hn::Ge(source.a, set(255)))) {
             storePixels(
                 pack({clamp255(source.b), clamp255(source.g), clamp255(source.r), set(255)}), _out,
                 x);
             return;
         }
+        source.a = hn::Add(source.a, hn::Mul(dithered(x, hn::Zero(floats)), set(255)));
         storePixels(blendOver(source, loadPixels(_out, x)), _out, x);
     }
 

@@ -9,6 +9,9 @@
 #define LANTERNFLY_RENDER_CPU_PIXELS_INL_H_
 #endif
 
+#include <cstddef>
+#include <cstring>
+
 #include <hwy/highway.h>
 
 #include "render/cpu/PaneField.h"
@@ -68,8 +71,10 @@ HWY_INLINE Bgra unpack(Ints pixels) {
 }
 // Rounds to the nearest; channels must lie in 0…255.
 HWY_INLINE Ints pack(const Bgra& c) {
-    const Ints low = hn::Or(hn::NearestInt(c.b), hn::ShiftLeft<8>(hn::NearestInt(c.g)));
-    const Ints high = hn::Or(hn::NearestInt(c.r), hn::ShiftLeft<8>(hn::NearestInt(c.a)));
+    // Truncation is the one conversion that all instruction sets, the portable one too, do alike.
+    const auto rounded = [](Floats v) { return hn::ConvertTo(ints, hn::Add(v, set(0.5f))); };
+    const Ints low = hn::Or(rounded(c.b), hn::ShiftLeft<8>(rounded(c.g)));
+    const Ints high = hn::Or(rounded(c.r), hn::ShiftLeft<8>(rounded(c.a)));
     return hn::Or(low, hn::ShiftLeft<16>(high));
 }
 HWY_INLINE Floats clamp255(Floats v) {
@@ -89,32 +94,46 @@ HWY_INLINE Ints blendOver(const Bgra& source, Ints below) {
     return pack({over(s.b, d.b), over(s.g, d.g), over(s.r, d.r), over(s.a, d.a)});
 }
 
+// For each lane the pixel at base + 4 · offset and its right neighbour. One plain load fetches
+// both: the processor's own gather takes several times as long.
+HWY_INLINE void loadPairs(const uint8_t* base, Ints offsets, Bgra& left, Bgra& right) {
+    HWY_ALIGN int32_t at[HWY_MAX_BYTES / sizeof(int32_t)];
+    HWY_ALIGN int32_t pairs[2 * HWY_MAX_BYTES / sizeof(int32_t)];
+    hn::Store(offsets, ints, at);
+    for (size_t lane = 0; lane < lanes(); ++lane)
+        std::memcpy(pairs + 2 * lane, base + 4 * static_cast<ptrdiff_t>(at[lane]), 8);
+    Ints leftPixels;
+    Ints rightPixels;
+    hn::LoadInterleaved2(ints, pairs, leftPixels, rightPixels);
+    left = unpack(leftPixels);
+    right = unpack(rightPixels);
+}
+
 // Bilinear, clamped to the edge; u and v in 0…1.
 HWY_INLINE Bgra sample(const TextureView& texture, Floats u, Floats v) {
-    const Floats half = set(0.5f);
-    const Floats tx = hn::Sub(hn::Mul(u, set(static_cast<float>(texture.width))), half);
-    const Floats ty = hn::Sub(hn::Mul(v, set(static_cast<float>(texture.height))), half);
-    const Floats floorX = hn::Floor(tx);
-    const Floats floorY = hn::Floor(ty);
-    const Floats weightX = hn::Sub(tx, floorX);
-    const Floats weightY = hn::Sub(ty, floorY);
-    const Ints zero = hn::Zero(ints);
-    const Ints one = hn::Set(ints, 1);
-    const Ints lastX = hn::Set(ints, texture.width - 1);
-    const Ints lastY = hn::Set(ints, texture.height - 1);
-    // Bounded as integers: lanes outside the pane may hold anything.
-    const Ints x = hn::Min(hn::Max(hn::ConvertTo(ints, floorX), hn::Set(ints, -1)), lastX);
-    const Ints y = hn::Min(hn::Max(hn::ConvertTo(ints, floorY), hn::Set(ints, -1)), lastY);
-    const Ints x0 = hn::Max(x, zero);
-    const Ints x1 = hn::Min(hn::Add(x, one), lastX);
-    const Ints stride = hn::Set(ints, texture.stridePixels);
-    const Ints row0 = hn::Mul(hn::Max(y, zero), stride);
-    const Ints row1 = hn::Mul(hn::Min(hn::Add(y, one), lastY), stride);
-    const auto* base = reinterpret_cast<const int32_t*>(texture.pixels);
-    const Bgra p00 = unpack(hn::GatherIndex(ints, base, hn::Add(row0, x0)));
-    const Bgra p10 = unpack(hn::GatherIndex(ints, base, hn::Add(row0, x1)));
-    const Bgra p01 = unpack(hn::GatherIndex(ints, base, hn::Add(row1, x0)));
-    const Bgra p11 = unpack(hn::GatherIndex(ints, base, hn::Add(row1, x1)));
+    const auto lastX = static_cast<float>(texture.width - 1);
+    const auto lastY = static_cast<float>(texture.height - 1);
+    const auto texel = [](Floats coordinate, int size, float last) {
+        const Floats t = hn::Sub(hn::Mul(coordinate, set(static_cast<float>(size))), set(0.5f));
+        return hn::Min(hn::Max(t, set(0)), set(last));
+    };
+    const Floats tx = texel(u, texture.width, lastX);
+    const Floats ty = texel(v, texture.height, lastY);
+    // Bounded as integers, too: lanes outside the pane may hold anything. The last texel is reached
+    // as the right end of the last pair; a texture one texel wide has row padding to its right.
+    const auto first = [](Floats t, int size) {
+        const Ints last = hn::Set(ints, size > 2 ? size - 2 : 0);
+        return hn::Min(hn::Max(hn::ConvertTo(ints, t), hn::Zero(ints)), last);
+    };
+    const Ints x = first(tx, texture.width);
+    const Ints y = first(ty, texture.height);
+    const Floats weightX = hn::Sub(tx, hn::ConvertTo(floats, x));
+    const Floats weightY = hn::Sub(ty, hn::ConvertTo(floats, y));
+    const Ints offset = hn::Add(hn::Mul(y, hn::Set(ints, texture.stridePixels)), x);
+    const ptrdiff_t nextRow = texture.height > 1 ? texture.stridePixels * ptrdiff_t{4} : 0;
+    Bgra p00, p10, p01, p11;
+    loadPairs(texture.pixels, offset, p00, p10);
+    loadPairs(texture.pixels + nextRow, offset, p01, p11);
     const auto lerp = [&](Floats a, Floats b, Floats c, Floats d) {
         return mix(mix(a, b, weightX), mix(c, d, weightX), weightY);
     };
