@@ -14,6 +14,7 @@ pkg_check_modules(POPPLER REQUIRED IMPORTED_TARGET poppler-glib cairo)
 pkg_check_modules(SECCOMP REQUIRED IMPORTED_TARGET libseccomp)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
+pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo)
 
 # imported_library(<target> <header> <include suffix> <libraries…>) for packages without a CMake
 # or pkg-config file.
