@@ -36,8 +36,8 @@ void Progress::update(int64_t frames) {
     fmt::format_to(out, ", {:.1f} a second", perSecond);
     if (_total >= frames)
         fmt::format_to(out, ", {:.0f} s to go", static_cast<double>(_total - frames) / perSecond);
-    fmt::print(stderr, _isTerminal ? "\r\033[K{}" : "{}\n",
-               std::string_view(line.data(), line.size()));
+    fmt::print(stderr, "{}{}{}", _isTerminal ? "\r\033[K" : "",
+               std::string_view(line.data(), line.size()), _isTerminal ? "" : "\n");
     std::fflush(stderr);
     _isShown = true;
 }

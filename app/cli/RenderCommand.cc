@@ -56,13 +56,12 @@ std::unique_ptr<HandPoseDetector> readyDetector() {
 }
 
 // A file beside the video: under its name when the render is complete.
-std::optional<OutputFile> companion(const std::optional<fs::path>& target) {
-    std::optional<OutputFile> file;
-    if (target) file.emplace(*target, OutputFile::WhenAbandoned::remove);
-    return file;
+std::unique_ptr<OutputFile> companion(const std::optional<fs::path>& target) {
+    if (!target) return nullptr;
+    return std::make_unique<OutputFile>(*target, OutputFile::WhenAbandoned::remove);
 }
 
-std::shared_ptr<TraceFile> openTrace(const std::optional<OutputFile>& file) {
+std::shared_ptr<TraceFile> openTrace(const std::unique_ptr<OutputFile>& file) {
     if (!file) return nullptr;
     std::shared_ptr<TraceFile> trace = TraceFile::create(file->workPath());
     if (!trace) throw CommandError("cannot write the trace; choose another place for --trace");
@@ -70,7 +69,7 @@ std::shared_ptr<TraceFile> openTrace(const std::optional<OutputFile>& file) {
     return trace;
 }
 
-std::unique_ptr<EventLog> openEvents(const std::optional<OutputFile>& file) {
+std::unique_ptr<EventLog> openEvents(const std::unique_ptr<OutputFile>& file) {
     if (!file) return nullptr;
     auto events = EventLog::create(file->workPath());
     if (!events)

@@ -29,8 +29,8 @@ TEST(EventLog, EveryLineIsAnObjectOfItsKind) {
     right.landmarks.set(HandLandmark::pinkyTip, {std::nanf(""), 1, 1});
     const HandPose unknown;
     log->hands(3, 0.1, std::array{right, unknown});
-    log->pinch(4, 0.1333, PinchBegan{.at = {0.5f, 0.25f}});
-    log->pinch(5, 0.1667, PinchChanged{.at = {0.5f, 0.25f}, .scaleDelta = 1.5f});
+    log->pinch(4, 0.1333, PinchBegan{{0.5f, 0.25f}, {}, 0});
+    log->pinch(5, 0.1667, PinchChanged{{0.5f, 0.25f}, 1.5f, {}, 0});
     log->pinch(6, 0.2, PinchEnded{});
     EXPECT_TRUE(log->end(7));
 
