@@ -19,6 +19,7 @@ constexpr double priorCapNats = 4;
 
 constexpr int sameSpotCells = 2;
 constexpr int ownPeakRadius = 4;
+constexpr int otherTipRadius = 3;
 constexpr float secondPeakMass = 0.25f;
 
 struct Cell {
@@ -46,20 +47,33 @@ Cell peak(std::span<const float> values) {
         static_cast<size_t>(std::max_element(values.begin(), values.end()) - values.begin()));
 }
 
-Cell expectedPeak(std::span<const float> logits, const ExpectedJoint& expected) {
-    std::array<double, side> costX, costY;
-    for (int i = 0; i < side; ++i) {
-        const double cell = (i + 0.5) / side;
-        const double dx = (cell - expected.position.x) / priorSigma;
-        const double dy = (cell - expected.position.y) / priorSigma;
-        costX[static_cast<size_t>(i)] = 0.5 * dx * dx;
-        costY[static_cast<size_t>(i)] = 0.5 * dy * dy;
+// How much the prior speaks against each cell.
+class PriorCost {
+public:
+    explicit PriorCost(const ExpectedJoint& expected) : _weight(expected.weight) {
+        for (int i = 0; i < side; ++i) {
+            const double cell = (i + 0.5) / side;
+            const double dx = (cell - expected.position.x) / priorSigma;
+            const double dy = (cell - expected.position.y) / priorSigma;
+            _x[static_cast<size_t>(i)] = 0.5 * dx * dx;
+            _y[static_cast<size_t>(i)] = 0.5 * dy * dy;
+        }
     }
+    double nats(size_t offset) const {
+        return std::min(_x[offset % side] + _y[offset / side], priorCapNats) * _weight;
+    }
+
+private:
+    double _weight;
+    std::array<double, side> _x, _y;
+};
+
+Cell expectedPeak(std::span<const float> logits, const ExpectedJoint& expected) {
+    const PriorCost cost(expected);
     size_t best = 0;
     double bestValue = -HUGE_VAL;
     for (size_t i = 0; i < logits.size(); ++i) {
-        const double cost = std::min(costX[i % side] + costY[i / side], priorCapNats);
-        const double value = static_cast<double>(logits[i]) - cost * expected.weight;
+        const double value = static_cast<double>(logits[i]) - cost.nats(i);
         if (value > bestValue) {
             bestValue = value;
             best = i;
@@ -73,17 +87,24 @@ struct SecondPeak {
     Cell cell;
 };
 
-SecondPeak secondPeak(std::span<const float> probability, Cell first) {
+bool areWithin(Cell a, Cell b, int cells) {
+    return std::max(std::abs(a.x - b.x), std::abs(a.y - b.y)) <= cells;
+}
+
+// The mass beyond the first peak, lessened where the prior speaks against it: a hand that pinched a
+// picture ago does not open at once because another finger looks a little like the missing tip.
+SecondPeak secondPeak(std::span<const float> probability, Cell first,
+                      const ExpectedJoint& expected) {
+    const PriorCost cost(expected);
     SecondPeak second;
-    float highest = -1;
+    double highest = -1;
     for (size_t i = 0; i < probability.size(); ++i) {
         const Cell cell = cellAt(i);
-        if (std::abs(cell.x - first.x) <= ownPeakRadius &&
-            std::abs(cell.y - first.y) <= ownPeakRadius)
-            continue;
-        second.mass += static_cast<double>(probability[i]);
-        if (probability[i] > highest) {
-            highest = probability[i];
+        if (areWithin(cell, first, ownPeakRadius)) continue;
+        const double p = static_cast<double>(probability[i]) * std::exp(-cost.nats(i));
+        second.mass += p;
+        if (p > highest) {
+            highest = p;
             second.cell = cell;
         }
     }
@@ -125,10 +146,19 @@ void HeatmapDecoder::decode(std::span<const float> logits, const Expectation* ex
 
     Cell& thumb = cells[index(HandJoint::thumbTip)];
     Cell& forefinger = cells[index(HandJoint::indexTip)];
-    if (std::max(std::abs(thumb.x - forefinger.x), std::abs(thumb.y - forefinger.y)) <=
-        sameSpotCells) {
-        const SecondPeak ofThumb = secondPeak(probability(index(HandJoint::thumbTip)), thumb);
-        const SecondPeak ofIndex = secondPeak(probability(index(HandJoint::indexTip)), forefinger);
+    if (areWithin(thumb, forefinger, sameSpotCells)) {
+        const auto alternative = [&](HandJoint tip) {
+            const size_t joint = index(tip);
+            SecondPeak second = secondPeak(probability(joint), cells[joint],
+                                           expected ? (*expected)[joint] : ExpectedJoint{});
+            // On the tip of another finger it is that finger: the tips look alike.
+            for (const HandJoint other :
+                 {HandJoint::middleTip, HandJoint::ringTip, HandJoint::littleTip})
+                if (areWithin(second.cell, cells[index(other)], otherTipRadius)) second.mass = 0;
+            return second;
+        };
+        const SecondPeak ofThumb = alternative(HandJoint::thumbTip);
+        const SecondPeak ofIndex = alternative(HandJoint::indexTip);
         if (std::max(ofThumb.mass, ofIndex.mass) > static_cast<double>(secondPeakMass)) {
             if (ofThumb.mass > ofIndex.mass)
                 thumb = ofThumb.cell;

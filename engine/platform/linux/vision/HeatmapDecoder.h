@@ -38,7 +38,8 @@ public:
     // expectation of the soft-maxed map inside a window around its peak, its confidence the
     // probability in that window. `expected` (may be null) only chooses between peaks of a map; it
     // does not pull the position. When thumb tip and index tip fall on one spot while one of their
-    // maps has a clearly separate second peak, that joint moves there: the two tips look alike.
+    // maps has a clearly separate second peak that the prior allows and that is no other finger's
+    // tip, that joint moves there: the two tips look alike.
     void decode(std::span<const float> logits, const Expectation* expected, Joints& joints);
 
 private:

@@ -133,17 +133,36 @@ TEST(HeatmapDecoder, ExpectationNeverOutweighsClearEvidence) {
     EXPECT_NEAR(maps.decode(&expected)[index(HandJoint::ringDIP)].position.x, 8.5 / 40, 0.001);
 }
 
-TEST(HeatmapDecoder, OneOfTwoTipsOnOneSpotMovesToItsSecondPeak) {
+// Thumb tip and index tip on one spot; the thumb tip's map has 38 % of its probability elsewhere.
+Maps tipsOnOneSpot() {
     Maps maps = Maps::spread();
-    for (int i = 0; i < side * side; ++i)
-        maps.at(HandJoint::thumbTip, i % side, i / side) =
-            maps.at(HandJoint::indexTip, i % side, i / side) = -20;
+    for (const HandJoint tip : {HandJoint::thumbTip, HandJoint::indexTip})
+        for (int i = 0; i < side * side; ++i)
+            maps.at(tip, i % side, i / side) = -20;
     maps.addBlob(HandJoint::indexTip, 10, 10, 10);
     maps.addBlob(HandJoint::thumbTip, 11, 10, 10);
-    maps.addBlob(HandJoint::thumbTip, 25, 30, 9.5); // 38 % of its probability
-    const HeatmapDecoder::Joints joints = maps.decode();
+    maps.addBlob(HandJoint::thumbTip, 25, 30, 9.5);
+    return maps;
+}
+
+TEST(HeatmapDecoder, OneOfTwoTipsOnOneSpotMovesToItsSecondPeak) {
+    const HeatmapDecoder::Joints joints = tipsOnOneSpot().decode();
     EXPECT_NEAR(joints[index(HandJoint::thumbTip)].position.x, 25.5 / 40, 0.001);
     EXPECT_NEAR(joints[index(HandJoint::indexTip)].position.x, 10.5 / 40, 0.001);
+}
+
+TEST(HeatmapDecoder, NoTipMovesToTheTipOfAnotherFinger) {
+    Maps maps = tipsOnOneSpot();
+    for (int i = 0; i < side * side; ++i)
+        maps.at(HandJoint::middleTip, i % side, i / side) = -20;
+    maps.addBlob(HandJoint::middleTip, 27, 29, 10);
+    EXPECT_NEAR(maps.decode(HandJoint::thumbTip).position.x, 11.5 / 40, 0.001);
+}
+
+TEST(HeatmapDecoder, NoTipMovesToAPlaceThatThePriorRulesOut) {
+    const auto together = expecting(HandJoint::thumbTip, {11.5 / 40, 10.5 / 40}, 1);
+    const auto joints = tipsOnOneSpot().decode(&together);
+    EXPECT_NEAR(joints[index(HandJoint::thumbTip)].position.x, 11.5 / 40, 0.001);
 }
 
 TEST(HeatmapDecoder, TouchingTipsWithoutASecondPeakStayTogether) {
