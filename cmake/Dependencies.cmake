@@ -7,6 +7,7 @@ find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(OpenSSL REQUIRED)
 find_package(glm REQUIRED)
+find_package(Vulkan REQUIRED COMPONENTS glslangValidator)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
 pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale)
@@ -30,3 +31,7 @@ endfunction()
 
 imported_library(lanternfly::yuv libyuv.h . yuv)
 imported_library(lanternfly::opencv opencv2/dnn.hpp opencv4 opencv_dnn opencv_imgproc opencv_core)
+# Static, and in the order in which they need each other.
+imported_library(lanternfly::glslang glslang/Public/ShaderLang.h .
+  glslang MachineIndependent OSDependent OGLCompiler GenericCodeGen SPIRV
+  glslang-default-resource-limits SPIRV-Tools-opt SPIRV-Tools)

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
+
+#include "base/LockedCell.h"
 
 namespace lanternfly {
 
@@ -34,6 +37,13 @@ public:
     uint8_t* row(int y) { return data() + static_cast<size_t>(y) * _strideBytes; }
     const uint8_t* row(int y) const { return data() + static_cast<size_t>(y) * _strideBytes; }
 
+    // Something that a device made of this memory and that must die before it, such as its import
+    // of the pages. One at a time; pools hand it out again with the buffer. Safe on every thread.
+    std::shared_ptr<const void> companion() const { return _companion.get(); }
+    void setCompanion(std::shared_ptr<const void> companion) const {
+        _companion.set(std::move(companion));
+    }
+
 private:
     struct FreeBytes {
         void operator()(uint8_t* bytes) const;
@@ -45,6 +55,7 @@ private:
     int _height = 0;
     PixelFormat _format = PixelFormat::bgra8;
     size_t _strideBytes = 0;
+    mutable LockedCell<std::shared_ptr<const void>> _companion;
 };
 
 using PixelBufferRef = std::shared_ptr<PixelBuffer>;

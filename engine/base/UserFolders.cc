@@ -43,4 +43,8 @@ std::optional<path> userConfigFolder() {
     return folder("XDG_CONFIG_HOME", ".config");
 }
 
+std::optional<path> userCacheFolder() {
+    return folder("XDG_CACHE_HOME", ".cache");
+}
+
 } // namespace lanternfly

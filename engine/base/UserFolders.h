@@ -12,5 +12,7 @@ namespace lanternfly {
 std::optional<std::filesystem::path> userDataFolder();
 // $XDG_CONFIG_HOME, ~/.config. Absent when the user has no home.
 std::optional<std::filesystem::path> userConfigFolder();
+// $XDG_CACHE_HOME, ~/.cache. Absent when the user has no home.
+std::optional<std::filesystem::path> userCacheFolder();
 
 } // namespace lanternfly

@@ -1,9 +1,8 @@
 #include "gpu/cpu/CpuDevice.h"
 
-#include <algorithm>
 #include <cstring>
 
-#include <libyuv.h>
+#include "gpu/PrefilteredLevels.h"
 
 namespace lanternfly {
 
@@ -16,16 +15,6 @@ PixelBufferRef copied(const PixelBuffer& pixels, bool flipRows) {
         std::memcpy(copy->row(y), pixels.row(flipRows ? pixels.height() - 1 - y : y),
                     static_cast<size_t>(pixels.width()) * 4);
     return copy;
-}
-
-PixelBufferRef halved(const PixelBuffer& pixels) {
-    auto half =
-        PixelBuffer::create(std::max(pixels.width() / 2, 1), std::max(pixels.height() / 2, 1));
-    if (!half) return nullptr;
-    libyuv::ARGBScale(pixels.data(), static_cast<int>(pixels.strideBytes()), pixels.width(),
-                      pixels.height(), half->data(), static_cast<int>(half->strideBytes()),
-                      half->width(), half->height(), libyuv::kFilterBox);
-    return half;
 }
 
 } // namespace
@@ -46,10 +35,10 @@ TextureRef CpuDevice::makeTexture(const PixelBuffer& pixels, const TextureOption
     if (pixels.format() != PixelFormat::bgra8) return nullptr;
     std::vector<PixelBufferRef> levels{copied(pixels, options.flipRows)};
     if (!levels.front()) return nullptr;
-    while (options.prefilteredLevels && levels.back() &&
-           std::min(levels.back()->width(), levels.back()->height()) >= 64)
-        levels.push_back(halved(*levels.back()));
-    if (!levels.back()) levels.pop_back();
+    if (options.prefilteredLevels) {
+        auto smaller = prefilteredLevels(*levels.front());
+        levels.insert(levels.end(), smaller.begin(), smaller.end());
+    }
     return std::make_shared<CpuTexture>(shared_from_this(), std::move(levels));
 }
 
