@@ -122,14 +122,4 @@ void CpuFrameRenderer::drawBackdrop(const BackdropDraw& draw, Rows rows, PixelBu
     }
 }
 
-std::unique_ptr<FrameRenderer> makeFrameRenderer(const DeviceRef& device, FrameSize output) {
-    switch (device->kind()) {
-    case Device::Kind::cpu:
-        return std::make_unique<CpuFrameRenderer>(output);
-    case Device::Kind::vulkan:
-        return nullptr;
-    }
-    return nullptr;
-}
-
 } // namespace lanternfly

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "render/BlurReduction.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "render/cpu/GaussianBlur.cc"
 #include <hwy/foreach_target.h>
@@ -191,10 +193,7 @@ HWY_EXPORT(sumColumns);
 HWY_EXPORT(mixRows);
 HWY_EXPORT(interpolateColumns);
 
-constexpr int maxReduction = 16;
 constexpr size_t slack = 128; // elements that vector code may touch beyond the last one
-constexpr float sigmasReached = 3;
-constexpr float minReducedSigma = 2.5f; // below it the interpolation would show
 
 template <typename T>
 void growTo(std::vector<T>& buffer, size_t count) {
@@ -211,12 +210,6 @@ void cellRange(int a, int b, int reduction, int& first, int& end) {
     end = floorDivided(b - 1 - reduction / 2, reduction) + 2;
 }
 
-float reducedSigma(float sigma, int reduction) {
-    if (reduction == 1) return sigma;
-    const auto d2 = static_cast<float>(reduction * reduction);
-    return std::sqrt((sigma * sigma - (d2 - 1) / 12 - d2 / 6) / d2);
-}
-
 template <typename T>
 void repeatPixel(T* out, size_t count, const T* pixel) {
     for (size_t i = 0; i < count; ++i)
@@ -225,17 +218,10 @@ void repeatPixel(T* out, size_t count, const T* pixel) {
 
 } // namespace
 
-int GaussianBlur::reductionFor(float sigma) {
-    int reduction = 1;
-    while (reduction < maxReduction && sigma >= minReducedSigma * 2 * static_cast<float>(reduction))
-        reduction *= 2;
-    return reduction;
-}
-
 void GaussianBlur::Kernel::make(float wantedSigma) {
     if (sigma == wantedSigma) return;
     sigma = wantedSigma;
-    const int reach = std::max(static_cast<int>(std::ceil(sigmasReached * sigma)), 1);
+    const int reach = blurRadiusFor(sigma);
     weights.resize(static_cast<size_t>(reach) + 1);
     const auto density = [&](int i) { return std::exp(-0.5 * i * i / (double{sigma} * sigma)); };
     double sum = 1;
@@ -254,9 +240,9 @@ void GaussianBlur::prepare(const PixelBuffer& source, const PixelRect& rect, flo
                            float sigmaY) {
     _source = &source;
     _rect = rect;
-    _reduction = reductionFor(std::min(sigmaX, sigmaY));
-    _kernelX.make(reducedSigma(sigmaX, _reduction));
-    _kernelY.make(reducedSigma(sigmaY, _reduction));
+    _reduction = blurReductionFor(std::min(sigmaX, sigmaY));
+    _kernelX.make(reducedBlurSigma(sigmaX, _reduction));
+    _kernelY.make(reducedBlurSigma(sigmaY, _reduction));
     const auto rectWidth = static_cast<size_t>(rect.width());
     if (_reduction == 1) {
         growTo(_line, (rectWidth + 2 * static_cast<size_t>(_kernelX.radius())) * 4);
@@ -365,7 +351,7 @@ void GaussianBlur::interpolateRow(int y) {
     HWY_DYNAMIC_DISPATCH(mixRows)
     (above, above + count, phase(fromFirst - cell * _reduction), count, _line.data());
 
-    int16_t phases[maxReduction * 4];
+    int16_t phases[maxBlurReduction * 4];
     for (int step = 0; step < _reduction; ++step)
         std::fill_n(phases + step * 4, 4, phase(step));
     HWY_DYNAMIC_DISPATCH(interpolateColumns)

@@ -1,8 +1,7 @@
 // A Gaussian blur of a picture with clamped edges, for the part of it that is asked for.
 //
-// Small sigmas are convolved as they are. For large ones the picture is averaged down by 2, 4, 8
-// or 16, convolved there with the variance that remains, and interpolated back: the square of the
-// box (D² - 1) / 12 and of the interpolation D² / 6 are taken off the wanted variance first.
+// Small sigmas are convolved as they are. For large ones the picture is averaged down, convolved
+// there with the variance that remains, and interpolated back (see render/BlurReduction.h).
 // Against an exact Gaussian of 8-bit noise and edges: at least 46 dB PSNR.
 // Threads: bound.
 #pragma once
@@ -23,9 +22,6 @@ public:
     // The blurred BGRA pixels of row y of the rectangle, the first at rect.x0; valid until the
     // next call. At least 64 bytes beyond the last one may be read.
     const uint8_t* row(int y);
-
-    // How far the picture is averaged down for a sigma: 1, 2, 4, 8 or 16.
-    static int reductionFor(float sigma);
 
 private:
     // Weights in 1/32768, the centre first, summing to 1 over both sides.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ReferenceRenderer.h"
+#include "render/BlurReduction.h"
 #include "support/Pictures.h"
 
 namespace lanternfly {
@@ -57,11 +58,11 @@ TEST(GaussianBlurTest, OneColourStaysThatColour) {
 }
 
 TEST(GaussianBlurTest, LargeSigmasAreReduced) {
-    EXPECT_EQ(GaussianBlur::reductionFor(0.5f), 1);
-    EXPECT_EQ(GaussianBlur::reductionFor(4.9f), 1);
-    EXPECT_EQ(GaussianBlur::reductionFor(5), 2);
-    EXPECT_EQ(GaussianBlur::reductionFor(12), 4);
-    EXPECT_EQ(GaussianBlur::reductionFor(256), 16);
+    EXPECT_EQ(blurReductionFor(0.5f), 1);
+    EXPECT_EQ(blurReductionFor(4.9f), 1);
+    EXPECT_EQ(blurReductionFor(5), 2);
+    EXPECT_EQ(blurReductionFor(12), 4);
+    EXPECT_EQ(blurReductionFor(256), 16);
 }
 
 } // namespace
