@@ -1,0 +1,36 @@
+// The Vulkan device of a test program, with the validation layer on.
+// Threads: bound to the main thread.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "gpu/vulkan/VulkanDevice.h"
+
+namespace lanternfly::test {
+
+// Null where the machine has none. The device is shared, as loading a driver takes a while.
+inline const std::shared_ptr<VulkanDevice>& vulkanDevice(bool allowHostImport = true) {
+    static const auto importing =
+        VulkanDevice::create({.selector = "", .validate = true, .allowHostImport = true});
+    static const auto copying =
+        VulkanDevice::create({.selector = "", .validate = true, .allowHostImport = false});
+    return allowHostImport ? importing : copying;
+}
+
+// Skips where there is no device; fails when the validation layer has anything to say.
+class VulkanTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!vulkanDevice()) GTEST_SKIP() << "this machine has no Vulkan 1.3 device";
+        ASSERT_TRUE(vulkanDevice()->instance().isValidating())
+            << "the validation layer is not installed";
+    }
+    void TearDown() override {
+        for (const bool imports : {true, false}) {
+            if (!vulkanDevice(imports)) continue;
+            EXPECT_EQ(vulkanDevice(imports)->instance().validationMessageCount(), 0);
+        }
+    }
+};
+
+} // namespace lanternfly::test
