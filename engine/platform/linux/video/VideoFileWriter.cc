@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <hwy/targets.h>
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -116,6 +117,10 @@ void VideoFileWriter::openEncoder() {
     encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
     av_opt_set(encoder.priv_data, "preset", encoderPreset, 0);
     av_opt_set(encoder.priv_data, "crf", constantRateFactor, 0);
+    // With AVX-512 x264's lookahead reads memory that nobody wrote, and the same pictures give
+    // other bytes from run to run.
+    if ((hwy::SupportedTargets() & HWY_AVX3) != 0)
+        av_opt_set(encoder.priv_data, "x264-params", "asm=avx2", 0);
     check(avcodec_open2(&encoder, codec, nullptr));
 
     _frame->format = encoder.pix_fmt;
