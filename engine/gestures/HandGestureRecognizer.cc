@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/Vectors.h"
 #include "gestures/UptimeSpan.h"
 
 namespace lanternfly {
@@ -11,10 +10,6 @@ namespace {
 
 constexpr float smallestFinger = 0.0001f; // below it the ratio means nothing
 constexpr double suppressedLogSeconds = 0.5;
-
-float2 position(const HandPose::Point& point) {
-    return {point.x, point.y};
-}
 
 } // namespace
 

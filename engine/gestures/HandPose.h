@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "base/MediaTime.h"
+#include "base/Vectors.h"
 
 namespace lanternfly {
 
@@ -102,6 +104,18 @@ inline const HandPose::Point* measurablePoint(const HandPose& pose, HandLandmark
     const bool isMeasurable = point && std::fabs(point->x) <= farthest &&
                               std::fabs(point->y) <= farthest && std::isfinite(point->confidence);
     return isMeasurable ? point : nullptr;
+}
+
+inline float2 position(const HandPose::Point& point) {
+    return {point.x, point.y};
+}
+
+// The first hand of this chirality; null without one.
+inline const HandPose* firstOfChirality(std::span<const HandPose> poses,
+                                        HandPose::Chirality chirality) {
+    for (const HandPose& pose : poses)
+        if (pose.chirality == chirality) return &pose;
+    return nullptr;
 }
 
 } // namespace lanternfly

@@ -13,19 +13,8 @@ constexpr float derivativeCutoff = 1.0f;    // Hz
 constexpr float smallestHandSize = 0.0001f; // below it the ratio means nothing
 constexpr float farthestSameHand = 0.2f;    // how far the followed hand may jump in one frame
 
-float2 position(const HandPose::Point& point) {
-    return {point.x, point.y};
-}
-
 double seconds(uint64_t nanos) {
     return static_cast<double>(nanos) / 1e9;
-}
-
-const HandPose* firstOfChirality(std::span<const HandPose> poses, HandPose::Chirality chirality) {
-    const auto found = std::find_if(poses.begin(), poses.end(), [&](const HandPose& pose) {
-        return pose.chirality == chirality;
-    });
-    return found == poses.end() ? nullptr : &*found;
 }
 
 } // namespace

@@ -2,14 +2,12 @@
 #include "gestures/PinchRecognizer.h"
 
 #include <cmath>
-#include <limits>
-#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "base/Match.h"
-#include "support/Hands.h"
+#include "support/BrokenFrames.h"
 #include "support/LogCapture.h"
 
 namespace lanternfly {
@@ -17,11 +15,10 @@ namespace {
 
 using test::PinchHand;
 
-// A presenter from a bad dream: hands that vanish and swap sides, joints that are missing or no
-// numbers, a clock that stands or jumps back.
-class BrokenFrames {
+// One presenter's hand, seldom more, that pinches, opens and wanders.
+class BrokenFrames : test::FrameBreaker {
 public:
-    BrokenFrames(uint32_t seed, ManualClock& clock) : _random(seed), _clock(clock) {}
+    using FrameBreaker::FrameBreaker;
 
     std::vector<HandPose> next() {
         moveClock();
@@ -34,24 +31,6 @@ public:
     }
 
 private:
-    bool chance(double probability) { return std::bernoulli_distribution(probability)(_random); }
-    size_t pick(size_t count) {
-        return std::uniform_int_distribution<size_t>(0, count - 1)(_random);
-    }
-    float real(float low, float high) {
-        return std::uniform_real_distribution<float>(low, high)(_random);
-    }
-
-    void moveClock() {
-        if (chance(0.05)) return;
-        if (chance(0.03))
-            _clock.set(_clock.uptimeNanos() - 1'000'000 * pick(3000));
-        else if (chance(0.03))
-            _clock.advanceNanos(1'000'000 * pick(3000));
-        else
-            _clock.advanceNanos(1'000'000 * (20 + pick(30)));
-    }
-
     HandPose hand() {
         PinchHand hand;
         hand.chirality = static_cast<HandPose::Chirality>(chance(0.9) ? 1 : pick(3));
@@ -61,45 +40,12 @@ private:
         hand.ratio = _isPinched ? real(0, 0.3f) : real(0.2f, 2);
         hand.size = chance(0.95) ? real(0.05f, 0.4f) : real(0, 0.0002f);
         hand.confidence = chance(0.9) ? real(0.4f, 1) : real(0, 0.5f);
-        hand.arrivedAtUptimeNanos = chance(0.9) ? _clock.uptimeNanos() : oddTime();
+        hand.arrivedAtUptimeNanos = arrival();
         HandPose pose = hand.pose();
         if (chance(0.1)) breakJoint(pose);
         return pose;
     }
 
-    uint64_t oddTime() {
-        constexpr uint64_t times[] = {0, 1, std::numeric_limits<uint64_t>::max()};
-        return times[pick(3)];
-    }
-
-    void breakJoint(HandPose& pose) {
-        constexpr HandLandmark measured[] = {HandLandmark::thumbTip, HandLandmark::indexTip,
-                                             HandLandmark::wrist, HandLandmark::middleMCP};
-        constexpr float odd[] = {
-            std::numeric_limits<float>::quiet_NaN(),  std::numeric_limits<float>::infinity(),
-            -std::numeric_limits<float>::infinity(),  std::numeric_limits<float>::max(),
-            std::numeric_limits<float>::denorm_min(), -1e20f};
-        const HandLandmark landmark = measured[pick(4)];
-        HandPose::Point point = test::jointOf(pose, landmark);
-        switch (pick(4)) {
-        case 0:
-            pose.landmarks.erase(landmark);
-            return;
-        case 1:
-            point.x = odd[pick(6)];
-            break;
-        case 2:
-            point.y = odd[pick(6)];
-            break;
-        case 3:
-            point.confidence = odd[pick(6)];
-            break;
-        }
-        pose.landmarks.set(landmark, point);
-    }
-
-    std::mt19937 _random;
-    ManualClock& _clock;
     bool _isPinched = false;
     float2 _place{0.5f, 0.5f};
 };
