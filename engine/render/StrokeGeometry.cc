@@ -1,8 +1,9 @@
 #include "render/StrokeGeometry.h"
 
-#include <charconv>
 #include <cmath>
 #include <optional>
+
+#include "document/HexColor.h"
 
 namespace lanternfly::StrokeGeometry {
 
@@ -46,17 +47,7 @@ double2 tangentAt(std::span<const double2> points, size_t i, bool isClosedLoop) 
 } // namespace
 
 float4 parseHexColor(std::string_view color) {
-    constexpr float4 opaqueWhite{1, 1, 1, 1};
-    if (color.starts_with('#')) color.remove_prefix(1);
-    if (color.size() != 6 && color.size() != 8) return opaqueWhite;
-    uint32_t value = 0;
-    const auto parsed = std::from_chars(color.data(), color.data() + color.size(), value, 16);
-    if (parsed.ec != std::errc{} || parsed.ptr != color.data() + color.size()) return opaqueWhite;
-    if (color.size() == 6) value = value << 8 | 0xff;
-    const auto channel = [&](int shift) {
-        return static_cast<float>(value >> shift & 0xff) / 255.0f;
-    };
-    return {channel(24), channel(16), channel(8), channel(0)};
+    return lanternfly::parseHexColor(color).value_or(float4{1});
 }
 
 std::vector<double2> smoothPolyline(std::span<const double2> points, int iterations) {

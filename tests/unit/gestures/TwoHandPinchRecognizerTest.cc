@@ -407,7 +407,7 @@ TEST_F(TwoHandPinchRecognizerTest, ResetEndsTheSessionWithoutAnEventAndOpensBoth
     EXPECT_FALSE(recognizer.isSessionActive());
     right.ratio = 0.5f;
     EXPECT_TRUE(frame(33, {left.pose(), right.pose()}).empty());
-    right.ratio = 0.4f;
+    right.ratio = 0.39f;
     EXPECT_THAT(frame(33, {left.pose(), right.pose()}),
                 ElementsAre(VariantWith<TwoHandPinchBegan>(testing::_)));
 }
