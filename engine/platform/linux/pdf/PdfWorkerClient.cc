@@ -3,8 +3,6 @@
 #include <atomic>
 #include <cstring>
 
-#include <sys/mman.h>
-
 #include "base/Logger.h"
 
 namespace lanternfly {
@@ -64,13 +62,21 @@ PixelBufferRef PdfWorkerClient::renderPage(int index, double widthPX, double hei
         -1, deadline, "drawing a page");
     if (reply.status != pdfwire::RenderStatus::drawn) throw error(PdfError::Kind::pageRefused);
 
-    auto picture = PixelBuffer::create(fit->widthPX, fit->heightPX);
+    auto picture = takePicture(fit->widthPX, fit->heightPX);
     if (!picture) throw error(PdfError::Kind::pageRefused);
-    // Fresh memory in small pages costs ten times the copy itself.
-    madvise(picture->data(), picture->strideBytes() * static_cast<size_t>(picture->height()),
-            MADV_HUGEPAGE);
     for (int y = 0; y < fit->heightPX; ++y)
         std::memcpy(picture->row(y), _pixels->data() + static_cast<size_t>(y) * rowBytes, rowBytes);
+    return picture;
+}
+
+// The pages of a deck are of one size, and fresh memory costs more than the copy into it.
+PixelBufferRef PdfWorkerClient::takePicture(int widthPX, int heightPX) {
+    constexpr int kept = 2; // one with the caller, one being filled
+    if (!_pictures || _pictures->width() != widthPX || _pictures->height() != heightPX)
+        _pictures = PixelBufferPool::create(widthPX, heightPX, PixelFormat::bgra8, kept);
+    if (!_pictures) return nullptr;
+    auto picture = _pictures->take().buffer;
+    if (!picture) picture = PixelBuffer::create(widthPX, heightPX); // the caller keeps its pictures
     return picture;
 }
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-#include "base/PixelBuffer.h"
+#include "base/PixelBufferPool.h"
 #include "base/UniqueFd.h"
 #include "platform/PageFit.h"
 #include "platform/PdfDocument.h"
@@ -47,6 +47,7 @@ private:
     void ensureOpen();
     PdfPageSize measure(int index, Deadline deadline);
     void provideBuffer(size_t sizeBytes, int pageIndex);
+    PixelBufferRef takePicture(int widthPX, int heightPX);
     // Sends, waits and decodes; anything but a reply of that type costs the helper its life.
     template <typename Reply>
     Reply exchange(const std::optional<pdfwire::Request>& request, int descriptor,
@@ -59,6 +60,7 @@ private:
     PdfWorkerOptions _options;
     std::unique_ptr<PdfWorkerProcess> _process;
     std::optional<SharedPixels> _pixels; // what the running helper draws into
+    std::unique_ptr<PixelBufferPool> _pictures;
     std::map<int, PdfPageSize> _pageSizes;
     int _pageCount = 0;
     std::optional<int> _pageInHand;
