@@ -2,11 +2,17 @@
 // Threads: bound to the main thread.
 #pragma once
 
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 #include "gpu/vulkan/VulkanDevice.h"
 
 namespace lanternfly::test {
+
+// Renderers of this program keep their pipeline cache out of the user's home.
+inline const int isCacheFolderSet =
+    setenv("XDG_CACHE_HOME", LANTERNFLY_BUILD_DIR "/test-cache", 1);
 
 // Null where the machine has none. The device is shared, as loading a driver takes a while.
 inline const std::shared_ptr<VulkanDevice>& vulkanDevice(bool allowHostImport = true) {
