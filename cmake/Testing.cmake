@@ -14,6 +14,6 @@ function(lanternfly_test name)
   target_compile_definitions(${name} PRIVATE
     LANTERNFLY_SOURCE_DIR="${CMAKE_SOURCE_DIR}" LANTERNFLY_BUILD_DIR="${CMAKE_BINARY_DIR}")
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 NO_PRETTY_VALUES
     TEST_PREFIX ${name}. PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
 endfunction()

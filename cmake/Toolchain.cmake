@@ -35,6 +35,8 @@ endif()
 if(LANTERNFLY_SANITIZE)
   string(REPLACE ";" "," _sanitizers "${LANTERNFLY_SANITIZE}")
   add_compile_options(-fsanitize=${_sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  # Instrumented code hides from GCC 12 what these two warnings need to see.
+  add_compile_options(-Wno-maybe-uninitialized -Wno-mismatched-new-delete)
   add_link_options(-fsanitize=${_sanitizers})
 endif()
 if(LANTERNFLY_COVERAGE)

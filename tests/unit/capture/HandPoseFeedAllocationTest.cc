@@ -1,28 +1,8 @@
-// Counts every allocation of the program, so it is a program of its own.
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include <gtest/gtest.h>
 
 #include "capture/HandPoseFeed.h"
+#include "support/AllocationCount.h"
 #include "support/LogCapture.h"
-
-namespace {
-std::atomic<size_t> allocationCount{0};
-}
-
-void* operator new(size_t size) {
-    allocationCount.fetch_add(1, std::memory_order_relaxed);
-    if (void* block = std::malloc(size)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, size_t) noexcept {
-    std::free(block);
-}
 
 namespace lanternfly {
 namespace {
@@ -55,9 +35,9 @@ TEST(HandPoseFeedAllocationTest, InSteadyStateAFrameAllocatesNothing) {
         }
     };
     frames(warmFrames);
-    const size_t before = allocationCount.load();
+    const size_t before = test::allocationCount.load();
     frames(measuredFrames);
-    EXPECT_EQ(allocationCount.load() - before, 0u);
+    EXPECT_EQ(test::allocationCount.load() - before, 0u);
     EXPECT_EQ(hands, 2 * (warmFrames + measuredFrames));
 }
 
