@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/UniqueFd.h"
+
 namespace lanternfly {
 
 namespace {
@@ -15,22 +17,6 @@ namespace {
 std::error_code lastError() {
     return {errno, std::generic_category()};
 }
-
-class OpenFile {
-public:
-    explicit OpenFile(int descriptor) : _descriptor(descriptor) {}
-    ~OpenFile() {
-        if (_descriptor >= 0) ::close(_descriptor);
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    explicit operator bool() const { return _descriptor >= 0; }
-    int get() const { return _descriptor; }
-
-private:
-    int _descriptor;
-};
 
 bool writeAll(int descriptor, std::string_view bytes) {
     while (!bytes.empty()) {
@@ -44,14 +30,14 @@ bool writeAll(int descriptor, std::string_view bytes) {
 
 // Makes the rename itself durable. Some file systems cannot sync folders; the file is whole anyway.
 void syncFolder(const std::filesystem::path& folder) {
-    const OpenFile opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (opened) ::fsync(opened.get());
 }
 
 } // namespace
 
 std::error_code readFile(const std::filesystem::path& path, size_t maxBytes, std::string& bytes) {
-    const OpenFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!file) return lastError();
     struct stat status {};
     if (::fstat(file.get(), &status) != 0) return lastError();
@@ -79,7 +65,7 @@ std::error_code writeFileAtomically(const std::filesystem::path& path, std::stri
     const auto folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
     // Not made of the file's own name, which may be as long as names can be.
     auto temporary = (folder / ".lanternfly-XXXXXX").string();
-    const OpenFile file(::mkostemp(temporary.data(), O_CLOEXEC));
+    const UniqueFd file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return lastError();
 
     const bool isWritten = writeAll(file.get(), bytes) && ::fsync(file.get()) == 0 &&

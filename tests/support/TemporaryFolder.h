@@ -17,6 +17,8 @@ public:
     }
     ~TemporaryFolder() {
         std::error_code ignored;
+        // A test may have taken the permission to change it away.
+        std::filesystem::permissions(_path, std::filesystem::perms::owner_all, ignored);
         std::filesystem::remove_all(_path, ignored);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;

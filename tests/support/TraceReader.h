@@ -8,7 +8,8 @@
 
 #include "diagnostics/PerfSignposts.h"
 #include "diagnostics/TraceFile.h"
-#include "support/TempFolder.h"
+#include "support/Files.h"
+#include "support/TemporaryFolder.h"
 
 namespace lanternfly::test {
 
@@ -30,7 +31,7 @@ public:
     }
 
 private:
-    TempFolder _folder;
+    TemporaryFolder _folder;
 };
 
 } // namespace lanternfly::test

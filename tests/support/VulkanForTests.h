@@ -11,8 +11,7 @@
 namespace lanternfly::test {
 
 // Renderers of this program keep their pipeline cache out of the user's home.
-inline const int isCacheFolderSet =
-    setenv("XDG_CACHE_HOME", LANTERNFLY_BUILD_DIR "/test-cache", 1);
+inline const int isCacheFolderSet = setenv("XDG_CACHE_HOME", LANTERNFLY_BUILD_DIR "/test-cache", 1);
 
 // Null where the machine has none. The device is shared, as loading a driver takes a while.
 inline const std::shared_ptr<VulkanDevice>& vulkanDevice(bool allowHostImport = true) {

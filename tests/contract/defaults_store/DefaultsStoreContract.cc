@@ -10,8 +10,9 @@
 
 #include "platform/fake/MemoryDefaultsStore.h"
 #include "platform/linux/defaults/FileDefaultsStore.h"
+#include "support/Files.h"
 #include "support/LogCapture.h"
-#include "support/TempFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace lanternfly {
 namespace {
@@ -35,7 +36,7 @@ public:
     }
 
 private:
-    test::TempFolder _temp;
+    test::TemporaryFolder _temp;
     std::filesystem::path _folder = _temp.path() / "config" / "lanternfly";
     FileDefaultsStore _store{_folder};
 

@@ -6,8 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Files.h"
 #include "support/LogCapture.h"
-#include "support/TempFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace lanternfly {
 namespace {
@@ -20,7 +21,7 @@ protected:
         return static_cast<size_t>(std::distance(fs::recursive_directory_iterator(in), {}));
     }
     test::LogCapture logs;
-    test::TempFolder temp;
+    test::TemporaryFolder temp;
     fs::path folder = temp.path() / "config" / "lanternfly";
     FileDefaultsStore store{folder};
 };

@@ -52,7 +52,7 @@ TEST(PerfSignpostsThreads, IdentifiersOfOneCategoryNeverRepeat) {
 }
 
 TEST(PerfSignpostsThreads, TracesAndTheFlagMayChangeWhileIntervalsRun) {
-    test::TempFolder folder;
+    test::TemporaryFolder folder;
     const auto path = folder.path() / "trace.json";
     onManyThreads([&](int i) {
         for (int n = 0; n < 200; ++n) {

@@ -18,7 +18,7 @@ using Phase = TraceFile::Phase;
 
 class TraceFileTest : public testing::Test {
 protected:
-    test::TempFolder folder;
+    test::TemporaryFolder folder;
     std::filesystem::path path = folder.path() / "trace.json";
     ManualClock clock{1'234'567};
 };

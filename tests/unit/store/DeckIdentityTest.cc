@@ -9,7 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "store/FileURL.h"
-#include "support/TempFolder.h"
+#include "support/Files.h"
+#include "support/TemporaryFolder.h"
 
 namespace lanternfly {
 namespace {
@@ -23,7 +24,7 @@ protected:
     std::string identity(const std::filesystem::path& path) {
         return DeckIdentity::hash(fileURL(path).value()).value_or("none");
     }
-    test::TempFolder folder;
+    test::TemporaryFolder folder;
     std::filesystem::path deck = folder.path() / "deck.pdf";
 };
 

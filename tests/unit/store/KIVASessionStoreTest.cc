@@ -8,7 +8,8 @@
 
 #include "store/LanternflyLoadDestination.h"
 #include "support/Environment.h"
-#include "support/TempFolder.h"
+#include "support/Files.h"
+#include "support/TemporaryFolder.h"
 
 namespace lanternfly {
 namespace {
@@ -36,7 +37,7 @@ protected:
         return made;
     }
 
-    test::TempFolder temp;
+    test::TemporaryFolder temp;
     test::ScopedVariable dataHome{"XDG_DATA_HOME", temp.path().string()};
     fs::path sessions = temp.path() / "Lanternfly" / "sessions";
 };

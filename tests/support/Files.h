@@ -1,7 +1,6 @@
-// A folder that lives as long as the test.
+// Whole files in one call, for tests.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -10,27 +9,6 @@
 #include <string_view>
 
 namespace lanternfly::test {
-
-class TempFolder {
-public:
-    TempFolder() {
-        auto pattern = (std::filesystem::temp_directory_path() / "lanternfly-XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-        _path = pattern;
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::permissions(_path, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(_path, ignored);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
-    const std::filesystem::path& path() const { return _path; }
-
-private:
-    std::filesystem::path _path;
-};
 
 inline void writeFile(const std::filesystem::path& path, std::string_view bytes) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
