@@ -40,16 +40,14 @@ std::shared_ptr<FrameCompositor> FrameCompositor::create(DeviceRef device, int w
 }
 
 PixelBufferRef FrameCompositor::composite(const PixelBufferRef& cameraBuffer, bool mirror,
-                                          const CompositionMode& mode, float) {
-    if (!std::holds_alternative<FullComposition>(mode)) {
-        _log.error("no renderer for swapped frames");
-        return nullptr;
-    }
-    return PerfSignposts::interval(PerfSignposts::Category::compositorComposite, "composite",
-                                   [&] { return drawFrame(cameraBuffer, mirror); });
+                                          const CompositionMode& mode, float swapDarken) {
+    return PerfSignposts::interval(PerfSignposts::Category::compositorComposite, "composite", [&] {
+        return drawFrame(cameraBuffer, mirror, mode, clamped(swapDarken, 0, 1));
+    });
 }
 
-PixelBufferRef FrameCompositor::drawFrame(const PixelBufferRef& cameraBuffer, bool mirror) {
+PixelBufferRef FrameCompositor::drawFrame(const PixelBufferRef& cameraBuffer, bool mirror,
+                                          const CompositionMode& mode, float swapDarken) {
     if (!cameraBuffer || cameraBuffer->format() != PixelFormat::bgra8) {
         _log.error("failed to wrap camera buffer as MTLTexture");
         return nullptr;
@@ -60,10 +58,14 @@ PixelBufferRef FrameCompositor::drawFrame(const PixelBufferRef& cameraBuffer, bo
         return nullptr;
     }
     CompositorInputs frame = inputs();
-    if (!isOf(frame.slide.texture.get(), _device)) frame.slide.texture = nullptr;
-    const FramePlan plan = planFrame(frame, _output, mirror, _kernels);
+    for (TextureRef* texture :
+         {&frame.slide.texture, &frame.spatial.texture, &frame.annotation.texture})
+        if (!isOf(texture->get(), _device)) *texture = nullptr;
+    const FrameSize camera{cameraBuffer->width(), cameraBuffer->height()};
+    const FramePlan plan = planFrame(frame, {_output, camera, mirror, mode, swapDarken}, _kernels);
     const std::string error =
-        _renderer->draw(plan, {cameraBuffer.get(), frame.slide.texture.get(), taken.buffer.get()});
+        _renderer->draw(plan, {cameraBuffer.get(), frame.slide.texture.get(), taken.buffer.get(),
+                               frame.spatial.texture.get(), frame.annotation.texture.get()});
     if (!error.empty()) _log.error("composite command buffer failed: {}", error);
     return taken.buffer;
 }

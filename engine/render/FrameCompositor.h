@@ -29,9 +29,9 @@ public:
     int width() const { return _output.width; }
     int height() const { return _output.height; }
 
-    // Draws one frame of this compositor's size. `camera` is BGRA of any size. Null, after a log
-    // line, when the camera buffer is of another format, no output buffer is free, or the mode is
-    // not `full`, the only one that the renderer draws so far.
+    // Draws one frame of this compositor's size. `cameraBuffer` is BGRA of any size, `swapDarken`
+    // (clamped to 0…1) how black the finished frame gets. Null, after a log line, when the camera
+    // buffer is of another format or no output buffer is free.
     PixelBufferRef composite(const PixelBufferRef& cameraBuffer, bool mirror,
                              const CompositionMode& mode, float swapDarken);
 
@@ -63,7 +63,8 @@ public:
 private:
     FrameCompositor(DeviceRef device, FrameSize output);
 
-    PixelBufferRef drawFrame(const PixelBufferRef& cameraBuffer, bool mirror);
+    PixelBufferRef drawFrame(const PixelBufferRef& cameraBuffer, bool mirror,
+                             const CompositionMode& mode, float swapDarken);
 
     const DeviceRef _device;
     const FrameSize _output;

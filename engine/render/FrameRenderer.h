@@ -15,8 +15,10 @@ class FrameRenderer {
 public:
     struct Picture {
         const PixelBuffer* camera = nullptr; // opaque BGRA of any size
-        const Texture* slide = nullptr;      // set when the plan draws a pane
+        const Texture* slide = nullptr;      // set when the plan draws it
         PixelBuffer* output = nullptr;       // BGRA of the size that the renderer was made for
+        const Texture* spatial = nullptr;    // set when the plan draws it
+        const Texture* annotation = nullptr; // set when the plan draws it
     };
 
     virtual ~FrameRenderer() = default;

@@ -24,14 +24,25 @@ glm::dmat3 viewport(int width, int height) {
 
 } // namespace
 
-Quad Quad::padded(float pad, bool vDownward) {
+Quad Quad::padded(float pad, bool vDownward, bool uLeftward) {
     const float edge = 1 + pad;
     const float low = -pad / 2;
     const float high = 1 + pad / 2;
     const float bottom = vDownward ? high : low;
     const float top = vDownward ? low : high;
-    return {{-edge, -edge, low, bottom, edge, -edge, high, bottom, //
-             -edge, edge, low, top, edge, edge, high, top}};
+    const float left = uLeftward ? high : low;
+    const float right = uLeftward ? low : high;
+    return {{-edge, -edge, left, bottom, edge, -edge, right, bottom, //
+             -edge, edge, left, top, edge, edge, right, top}};
+}
+
+Quad Quad::stretched(float2 factor, bool vDownward) {
+    Quad quad = padded(0, vDownward);
+    for (size_t vertex = 0; vertex < 4; ++vertex) {
+        quad.vertices[4 * vertex] *= factor.x;
+        quad.vertices[4 * vertex + 1] *= factor.y;
+    }
+    return quad;
 }
 
 float4x4 paneMatrix(const PanePlacement& placement) {
@@ -62,6 +73,7 @@ float4x4 paneMatrix(const PanePlacement& placement) {
 bool invert(const float4x4& matrix, const Quad& quad, int width, int height, PixelToPane& result) {
     glm::dmat3 forward = viewport(width, height) * planar(matrix);
     if (quad.isVDownward()) forward[1] = -forward[1];
+    if (quad.isULeftward()) forward[0] = -forward[0];
     const glm::dvec3 centre = forward[2];
     if (!(std::abs(centre.z) > 0)) return false;
     result.origin = {centre.x / centre.z, centre.y / centre.z};

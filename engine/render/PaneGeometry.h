@@ -24,11 +24,15 @@ struct Quad {
     std::array<float, 16> vertices{};
 
     // x and y from -(1 + pad) to 1 + pad; u and v from 0 to 1 over the unpadded square and
-    // extrapolated into the pad. v runs downward when `vDownward`, else upward.
-    static Quad padded(float pad, bool vDownward);
+    // extrapolated into the pad. v runs downward when `vDownward`, else upward; u to the left when
+    // `uLeftward`.
+    static Quad padded(float pad, bool vDownward, bool uLeftward = false);
+    // The whole square, stretched by a factor each way.
+    static Quad stretched(float2 factor, bool vDownward);
     // 1 + pad.
     float extent() const { return vertices[12]; }
     bool isVDownward() const { return vertices[3] > vertices[15]; }
+    bool isULeftward() const { return vertices[2] > vertices[6]; }
     friend bool operator==(const Quad&, const Quad&) = default;
 };
 

@@ -2,6 +2,7 @@
 // Threads: value.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "base/Vectors.h"
@@ -13,6 +14,8 @@ struct StrokeBatch {
     StrokeBatch() = default;
     // The mesh's vertices in order; a viewport side of 1 or less becomes 1.
     StrokeBatch(const StrokeGeometry::StrokeMesh& mesh, const DrawingViewport& viewport);
+
+    static constexpr size_t floatsPerVertex = 6;
 
     // Triangle strip, 6 numbers a vertex: x, y (authoring-viewport pixels, y down), coreOffset,
     // coreHalfWidth, featherHalfWidth, alpha.

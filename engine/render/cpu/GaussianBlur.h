@@ -16,12 +16,18 @@ namespace lanternfly {
 
 class GaussianBlur {
 public:
+    static constexpr float minSigma = 0.3f;
+
     // `source` is borrowed until the last row() of this frame. `rect` lies inside it; sigmas are
-    // in pixels, at least 0.3. Scratch memory grows to the largest size seen and stays.
+    // in pixels, at least `minSigma`. Scratch memory grows to the largest size seen and stays.
     void prepare(const PixelBuffer& source, const PixelRect& rect, float sigmaX, float sigmaY);
     // The blurred BGRA pixels of row y of the rectangle, the first at rect.x0; valid until the
     // next call. At least 64 bytes beyond the last one may be read.
     const uint8_t* row(int y);
+    // Whether row() still reads the source; if not, the source may be drawn over meanwhile.
+    bool readsSourceLate() const { return _reduction == 1; }
+    // In pixels, when row() reads the source: how many rows above and below.
+    int radiusY() const { return _kernelY.radius(); }
 
 private:
     // Weights in 1/32768, the centre first, summing to 1 over both sides.

@@ -1,5 +1,5 @@
-// A band of rows y0 ≤ y < y1. Passes draw a frame band by band, so that its pixels stay in the
-// cache from the background to the last layer.
+// Parts of a frame. A band of rows y0 ≤ y < y1: passes draw a frame band by band, so that its
+// pixels stay in the cache from the background to the last layer.
 // Threads: value.
 #pragma once
 
@@ -8,6 +8,16 @@
 #include "render/PaneGeometry.h"
 
 namespace lanternfly {
+
+// Of every instruction set.
+inline constexpr int vectorPixels = 16;
+
+// Rectangles of rows read by vector code begin and end at whole vectors.
+inline PixelRect inWholeVectors(PixelRect rect, int width) {
+    rect.x0 = rect.x0 / vectorPixels * vectorPixels;
+    rect.x1 = std::min((rect.x1 + vectorPixels - 1) / vectorPixels * vectorPixels, width);
+    return rect;
+}
 
 struct Rows {
     int y0 = 0, y1 = 0;
