@@ -26,8 +26,10 @@ inline uint32_t hash(uint32_t x) {
     return x ^ (x >> 16);
 }
 
-// A room: a wall with a gradient, bright and dark edges, a little sensor noise. Opaque.
-inline PixelBufferRef cameraScene(int width, int height, uint32_t seed = 1) {
+// A room: a wall with a gradient, bright and dark edges, a little sensor noise of an odd number of
+// levels. Opaque.
+inline PixelBufferRef cameraScene(int width, int height, uint32_t seed = 1,
+                                  uint32_t noiseLevels = 9) {
     auto pixels = PixelBuffer::create(width, height);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
@@ -41,7 +43,8 @@ inline PixelBufferRef cameraScene(int width, int height, uint32_t seed = 1) {
             if (u < 0.45 && u > 0.05 && v > 0.08 && v < 0.5 && std::fmod(u * 20, 1) < 0.85)
                 r = 60 + 190 * std::fmod(u * 3.1, 1), g = 90 + 100 * std::fmod(v * 5.3, 1), b = 70;
             const auto noise =
-                static_cast<int>(hash(seed + static_cast<uint32_t>(y * 16384 + x)) % 9) - 4;
+                static_cast<int>(hash(seed + static_cast<uint32_t>(y * 16384 + x)) % noiseLevels) -
+                static_cast<int>(noiseLevels / 2);
             const auto channel = [&](double c) {
                 return static_cast<int>(std::fmin(std::fmax(c + noise, 0), 255));
             };

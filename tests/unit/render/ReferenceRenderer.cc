@@ -142,6 +142,137 @@ Colour pinchBarColour(const PinchBarUniforms& uniforms, const Edge& edge) {
                   fill + stroke + shadow);
 }
 
+Colour textured(const Colour& texel, double alpha) {
+    return Colour(glm::dvec3(texel) * texel.a * alpha, texel.a * alpha);
+}
+
+void drawSlideBackground(PixelBuffer& frame, const BackgroundDraw& draw, const PixelBuffer* slide,
+                         double levelScale) {
+    const auto blurred =
+        slide && draw.blurSigma ? exactGaussian(*slide, *draw.blurSigma * levelScale) : nullptr;
+    const auto& q = draw.quad.vertices;
+    for (int y = 0; y < frame.height(); ++y)
+        for (int x = 0; x < frame.width(); ++x) {
+            const double clipX = (x + 0.5) / frame.width() * 2 - 1;
+            const double clipY = 1 - (y + 0.5) / frame.height() * 2;
+            Colour result(0, 0, 0, 1);
+            if (slide && std::abs(clipX) <= q[4] && std::abs(clipY) <= q[13]) {
+                const double u = mixed(q[2], q[6], (clipX - q[0]) / (q[4] - q[0]));
+                const double v = mixed(q[3], q[11], (clipY - q[1]) / (q[9] - q[1]));
+                result = textured(bilinear(blurred ? *blurred : *slide, u, v), 1);
+            }
+            for (int c = 0; c < 4; ++c)
+                frame.row(y)[x * 4 + c] = static_cast<uint8_t>(std::lround(result[c] * 255));
+        }
+}
+
+double softMask(const PixelBuffer& model, double u, double v, double wrapWidth) {
+    const double step = std::max(wrapWidth, 0.010) * std::max(model.width(), model.height());
+    const double2 stepUv(step / model.width(), step / model.height());
+    double mask = bilinear(model, u, v).a * 0.20;
+    for (int i = 0; i < 8; ++i) {
+        const double2 direction =
+            double2(std::cos(i * 0.78539816), std::sin(i * 0.78539816)) * stepUv;
+        const auto alphaAt = [&](double steps) {
+            return bilinear(model, u + direction.x * steps, v + direction.y * steps).a;
+        };
+        mask += alphaAt(0.5) * 0.050 + alphaAt(1) * 0.030 + alphaAt(1.5) * 0.020;
+    }
+    return mask;
+}
+
+Colour spatialColour(const SpatialUniforms& uniforms, const PixelBuffer& model,
+                     const Colour& behind, double u, double v) {
+    const float4 level = uniforms.levelParams;
+    const float4 wrap = uniforms.wrapParams;
+    const Colour texel = bilinear(model, u, v);
+    if (texel.a < 0.001 && wrap.y < 0.001 && wrap.z < 0.001) return Colour(0);
+    glm::dvec3 rgb = texel.a > 0.0001 ? glm::dvec3(texel) / texel.a : glm::dvec3(0);
+    if (level.w > 0.001) {
+        const double y = 0.2126 * rgb.z + 0.7152 * rgb.y + 0.0722 * rgb.x;
+        const double envelope = std::max(double{level.z} - level.y, 0.05);
+        double remapped = level.y + y * envelope;
+        const double shoulder = smoothstep(level.z - 0.15 * envelope, level.z, remapped);
+        remapped = mixed(remapped, level.z, shoulder * 0.3);
+        if (y > 0.0001) rgb *= mixed(y, remapped, level.w) / y;
+    }
+    const double mask = softMask(model, u, v, wrap.x);
+    rgb = glm::mix(rgb, glm::dvec3(behind), (1 - mask) * wrap.y);
+    const double softAlpha = mixed(texel.a, mask, wrap.z);
+    const double presence = smoothstep(0, 0.04, texel.a);
+    const double a = softAlpha * level.x;
+    return Colour(glm::mix(glm::dvec3(behind), rgb, presence) * a, a);
+}
+
+// One triangle of a strip by the sign of its three edge functions; a pixel centre on an edge
+// belongs to the triangle that the edge is the top or the left of.
+void drawInkTriangle(PixelBuffer& frame, const StrokeUniforms& uniforms, const float* const* v) {
+    double2 p[3];
+    for (int i = 0; i < 3; ++i) {
+        const glm::dvec4 clip = glm::dmat4(uniforms.mvp) * glm::dvec4(v[i][0], v[i][1], 0, 1);
+        p[i] = {(clip.x + 1) / 2 * frame.width(), (1 - clip.y) / 2 * frame.height()};
+    }
+    const auto cross = [](double2 a, double2 b) { return a.x * b.y - a.y * b.x; };
+    const double area = cross(p[1] - p[0], p[2] - p[0]);
+    if (area == 0) return;
+    const double2 low = glm::min(glm::min(p[0], p[1]), p[2]);
+    const double2 high = glm::max(glm::max(p[0], p[1]), p[2]);
+    for (int y = std::max(static_cast<int>(low.y) - 1, 0);
+         y < std::min(high.y + 1, double(frame.height())); ++y)
+        for (int x = std::max(static_cast<int>(low.x) - 1, 0);
+             x < std::min(high.x + 1, double(frame.width())); ++x) {
+            double weights[3];
+            bool isInside = true;
+            for (int i = 0; i < 3; ++i) {
+                const double2 from = p[(i + 1) % 3];
+                const double2 edge = (p[(i + 2) % 3] - from) * (area > 0 ? 1.0 : -1.0);
+                const double side = cross(edge, double2(x + 0.5, y + 0.5) - from);
+                const bool isTopLeft = (edge.y == 0 && edge.x > 0) || edge.y < 0;
+                isInside &= side > 0 || (side == 0 && isTopLeft);
+                weights[i] = side / std::abs(area);
+            }
+            if (!isInside) continue;
+            const auto at = [&](int attribute) {
+                return weights[0] * v[0][attribute] + weights[1] * v[1][attribute] +
+                       weights[2] * v[2][attribute];
+            };
+            const double core = at(3) * uniforms.widthScale;
+            const double span = std::max(at(4) - at(3), 0.001);
+            const double coverage = 1 - smoothstep(core, core + span, std::abs(at(2)));
+            const double a = uniforms.color.a * at(5) * coverage;
+            const float4 ink = uniforms.color;
+            blendOver(frame, x, y, Colour(glm::dvec3(ink.b, ink.g, ink.r) * a, a));
+        }
+}
+
+void drawStrokes(PixelBuffer& frame, const StrokesDraw& draw) {
+    for (const StrokeBatch& batch : *draw.batches) {
+        const StrokeUniforms uniforms = strokeUniforms(draw, batch);
+        for (int i = 2; i < drawnVertexCount(batch); ++i) {
+            const float* last = batch.vertexBuffer.data() + static_cast<ptrdiff_t>(i) * 6;
+            const float* triangle[] = {last - 12, last - 6, last};
+            drawInkTriangle(frame, uniforms, triangle);
+        }
+    }
+}
+
+Colour dotsColour(const TwoHandDotsUniforms& uniforms, double u, double v) {
+    const float4 p = uniforms.params;
+    const double frameAspect = uniforms.params2.w;
+    const double2 at((2 * u - 1) * frameAspect, 1 - 2 * v);
+    const auto coverage = [&](double x, double y, double opacity) {
+        const double r = uniforms.params2.z;
+        const double w = uniforms.tint.w;
+        const double distance = glm::distance(at, double2(x * frameAspect, y));
+        const double t = std::clamp((distance - (r - w)) / (2 * w), 0.0, 1.0);
+        return (1 - t * t * (3 - 2 * t)) * opacity;
+    };
+    const double a =
+        std::max(coverage(p.x, p.y, uniforms.params2.x), coverage(p.z, p.w, uniforms.params2.y));
+    if (a < 0.001) return Colour(0);
+    return Colour(uniforms.tint.b * a, uniforms.tint.g * a, uniforms.tint.r * a, a);
+}
+
 } // namespace
 
 PixelBufferRef exactGaussian(const PixelBuffer& source, double sigma) {
@@ -176,24 +307,31 @@ PixelBufferRef exactGaussian(const PixelBuffer& source, double sigma) {
     return result;
 }
 
-PixelBufferRef referenceFrame(const FramePlan& plan, const PixelBuffer& camera,
-                              const PixelBuffer* slide) {
+PixelBufferRef referenceFrame(const FramePlan& plan, const ReferencePictures& pictures) {
+    const PixelBuffer& camera = pictures.camera;
     const int width = camera.width();
     const int height = camera.height();
     auto frame = PixelBuffer::create(width, height);
     const bool mirror = plan.background.mirror;
-    const auto background =
-        plan.background.blurSigma ? exactGaussian(camera, *plan.background.blurSigma) : nullptr;
+    const bool isCamera = plan.background.source == PictureSource::camera;
+    const auto background = isCamera && plan.background.blurSigma
+                                ? exactGaussian(camera, *plan.background.blurSigma)
+                                : nullptr;
     const auto backdrop = plan.backdrop ? exactGaussian(camera, plan.backdrop->blurSigma) : nullptr;
     const auto each = [&](const auto& body) {
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x)
                 body(x, y);
     };
-    each([&](int x, int y) {
-        const PixelBuffer& picture = background ? *background : camera;
-        std::memcpy(frame->row(y) + x * 4, picture.row(y) + (mirror ? width - 1 - x : x) * 4, 4);
-    });
+    if (!isCamera)
+        drawSlideBackground(*frame, plan.background, pictures.slideBackground,
+                            pictures.slideLevelScale);
+    else
+        each([&](int x, int y) {
+            const PixelBuffer& picture = background ? *background : camera;
+            std::memcpy(frame->row(y) + x * 4, picture.row(y) + (mirror ? width - 1 - x : x) * 4,
+                        4);
+        });
     if (plan.backdrop)
         each([&](int x, int y) {
             const float4 p = plan.backdrop->uniforms.params;
@@ -209,8 +347,37 @@ PixelBufferRef referenceFrame(const FramePlan& plan, const PixelBuffer& camera,
             const float4 p = plan.pane->uniforms.params;
             const Edge edge = edgeAt(plan.pane->place, x, y, p.y, p.z, width, height);
             if (edge.hit.isInQuad)
-                blendOver(*frame, x, y, slideColour(plan.pane->uniforms, *slide, edge, x, y));
+                blendOver(*frame, x, y,
+                          slideColour(plan.pane->uniforms, *pictures.paneContent, edge, x, y));
         });
+    const auto uOf = [&](int x) { return (x + 0.5) / width; };
+    const auto vOf = [&](int y) { return (y + 0.5) / height; };
+    if (plan.spatial && plan.spatial->finish) {
+        const SpatialFinish& finish = *plan.spatial->finish;
+        auto underlay = PixelBuffer::create(width, height);
+        for (int y = 0; y < height; ++y)
+            std::memcpy(underlay->row(y), frame->row(y), static_cast<size_t>(width) * 4);
+        if (finish.underlayBlurSigma)
+            underlay = exactGaussian(*underlay, *finish.underlayBlurSigma);
+        each([&](int x, int y) {
+            blendOver(*frame, x, y,
+                      spatialColour(finish.uniforms, *pictures.spatial, texel(*underlay, x, y),
+                                    uOf(x), vOf(y)));
+        });
+    } else if (plan.spatial) {
+        each([&](int x, int y) {
+            blendOver(*frame, x, y,
+                      textured(bilinear(*pictures.spatial, uOf(x), vOf(y)), plan.spatial->opacity));
+        });
+    }
+    if (plan.annotation)
+        each([&](int x, int y) {
+            const double v = plan.annotation->vDownward ? vOf(y) : 1 - vOf(y);
+            blendOver(
+                *frame, x, y,
+                textured(bilinear(*pictures.annotation, uOf(x), v), plan.annotation->opacity));
+        });
+    if (plan.strokes) drawStrokes(*frame, *plan.strokes);
     if (plan.pinchBar)
         each([&](int x, int y) {
             const float4 p = plan.pinchBar->uniforms.params;
@@ -219,6 +386,12 @@ PixelBufferRef referenceFrame(const FramePlan& plan, const PixelBuffer& camera,
             if (edge.hit.isInQuad)
                 blendOver(*frame, x, y, pinchBarColour(plan.pinchBar->uniforms, edge));
         });
+    if (plan.twoHandDots)
+        each([&](int x, int y) {
+            blendOver(*frame, x, y, dotsColour(plan.twoHandDots->uniforms, uOf(x), vOf(y)));
+        });
+    if (plan.darkenAlpha)
+        each([&](int x, int y) { blendOver(*frame, x, y, Colour(0, 0, 0, *plan.darkenAlpha)); });
     return frame;
 }
 

@@ -8,9 +8,18 @@
 
 namespace lanternfly::test {
 
-// The camera has the plan's frame size; `slide` is the level to sample.
-PixelBufferRef referenceFrame(const FramePlan& plan, const PixelBuffer& camera,
-                              const PixelBuffer* slide);
+struct ReferencePictures {
+    const PixelBuffer& camera; // of the output's size
+    FrameSize output;
+    // The levels to sample; null where the plan has no use for them.
+    const PixelBuffer* slideBackground = nullptr;
+    const PixelBuffer* paneContent = nullptr;
+    const PixelBuffer* spatial = nullptr;
+    const PixelBuffer* annotation = nullptr;
+    float slideLevelScale = 1; // of the background's level to the whole slide
+};
+
+PixelBufferRef referenceFrame(const FramePlan& plan, const ReferencePictures& pictures);
 
 // An exact Gaussian with clamped edges, out to five sigmas.
 PixelBufferRef exactGaussian(const PixelBuffer& source, double sigma);
