@@ -45,7 +45,8 @@ void FrameDrawer::draw(const FramePlan& plan, const FrameRenderer::Picture& pict
                        "lanternfly.composite.encoder");
     drawBackground(plan.background);
     if (plan.backdrop) drawBackdrop(*plan.backdrop);
-    if (plan.pane) drawPane(*plan.pane, *picture.slide);
+    if (plan.pane && plan.pane->content == PictureSource::slide)
+        drawPane(*plan.pane, *picture.slide);
     if (plan.pinchBar) drawPinchBar(*plan.pinchBar);
     _encoder.endPass();
     _transfer.download(_encoder.commands(), _target, *picture.output);

@@ -26,7 +26,8 @@ PixelBufferRef draw(const FrameScene& scene, const DeviceRef& device) {
             *test::slidePicture(scene.slide.width, scene.slide.height, scene.slideAlpha), options),
         scene.originTopLeft};
     FrameKernels kernels;
-    const FramePlan plan = planFrame(inputs, scene.output, scene.mirror, kernels);
+    const FramePlan plan = planFrame(
+        inputs, {scene.output, scene.camera, scene.mirror, FullComposition{}, 0}, kernels);
     auto output = PixelBuffer::create(scene.output.width, scene.output.height);
     const auto camera = test::cameraScene(scene.camera.width, scene.camera.height);
     const auto renderer = makeFrameRenderer(device, scene.output);
