@@ -22,6 +22,13 @@ PixelBufferRef halved(const PixelBuffer& pixels) {
 
 } // namespace
 
+int prefilteredLevelCount(int width, int height) {
+    int count = 1;
+    for (int side = std::min(width, height); side >= minSidePX; side /= 2)
+        ++count;
+    return count;
+}
+
 std::vector<PixelBufferRef> prefilteredLevels(const PixelBuffer& picture) {
     std::vector<PixelBufferRef> levels;
     const PixelBuffer* last = &picture;

@@ -1,5 +1,7 @@
 #include "gpu/vulkan/VulkanImage.h"
 
+#include <algorithm>
+
 namespace lanternfly {
 
 const ImageUse ImageUse::copiedFrom{VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL,
@@ -54,23 +56,54 @@ VulkanImage::~VulkanImage() {
 void VulkanImage::use(VkCommandBuffer commands, const ImageUse& next) {
     // Readers of one kind need not wait for each other.
     if (next == _current && next == ImageUse::sampled) return;
+    order(commands, _current, next, 0, VK_REMAINING_MIP_LEVELS);
+    _current = next;
+}
+
+void VulkanImage::halve(VkCommandBuffer commands, int last) {
+    constexpr ImageUse read{VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, VK_PIPELINE_STAGE_2_BLIT_BIT,
+                            VK_ACCESS_2_TRANSFER_READ_BIT};
+    constexpr ImageUse written{VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, VK_PIPELINE_STAGE_2_BLIT_BIT,
+                               VK_ACCESS_2_TRANSFER_WRITE_BIT};
+    if (last < 1) return;
+    const auto corner = [&](int level) {
+        return VkOffset3D{std::max(_width >> level, 1), std::max(_height >> level, 1), 1};
+    };
+    use(commands, written);
+    for (int level = 1; level <= last; ++level) {
+        order(commands, written, read, level - 1, 1);
+        const auto to = static_cast<uint32_t>(level);
+        VkImageBlit blit{};
+        blit.srcSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, to - 1, 0, 1};
+        blit.srcOffsets[1] = corner(level - 1);
+        blit.dstSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, to, 0, 1};
+        blit.dstOffsets[1] = corner(level);
+        vkCmdBlitImage(commands, _image.get(), read.layout, _image.get(), written.layout, 1, &blit,
+                       VK_FILTER_LINEAR);
+    }
+    // All levels alike again.
+    order(commands, read, written, 0, static_cast<uint32_t>(last));
+}
+
+void VulkanImage::order(VkCommandBuffer commands, const ImageUse& from, const ImageUse& to,
+                        int firstLevel, uint32_t levelCount) const {
     VkImageMemoryBarrier2 barrier{};
     barrier.sType = VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER_2;
-    barrier.srcStageMask = _current.stage;
-    barrier.srcAccessMask = _current.access;
-    barrier.dstStageMask = next.stage;
-    barrier.dstAccessMask = next.access;
-    barrier.oldLayout = _current.layout;
-    barrier.newLayout = next.layout;
+    barrier.srcStageMask = from.stage;
+    barrier.srcAccessMask = from.access;
+    barrier.dstStageMask = to.stage;
+    barrier.dstAccessMask = to.access;
+    barrier.oldLayout = from.layout;
+    barrier.newLayout = to.layout;
     barrier.srcQueueFamilyIndex = barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
     barrier.image = _image.get();
-    barrier.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, 0, VK_REMAINING_MIP_LEVELS, 0, 1};
+    barrier.subresourceRange = {VK_IMAGE_ASPECT_COLOR_BIT, static_cast<uint32_t>(firstLevel),
+                                levelCount, 0, 1};
     VkDependencyInfo dependency{};
     dependency.sType = VK_STRUCTURE_TYPE_DEPENDENCY_INFO;
     dependency.imageMemoryBarrierCount = 1;
     dependency.pImageMemoryBarriers = &barrier;
     vkCmdPipelineBarrier2(commands, &dependency);
-    _current = next;
 }
 
 void VulkanImage::swap(VulkanImage& other) noexcept {

@@ -48,6 +48,8 @@ public:
 
     // Records that all earlier uses come before this one.
     void use(VkCommandBuffer commands, const ImageUse& next);
+    // Records the making of the levels 1 … `last` from level 0, each the average of the one before.
+    void halve(VkCommandBuffer commands, int last);
     // What it holds is of no interest any more.
     void discard() { _current.layout = VK_IMAGE_LAYOUT_UNDEFINED; }
 
@@ -57,6 +59,8 @@ private:
         VulkanContext::PictureSet set;
     };
     void swap(VulkanImage& other) noexcept;
+    void order(VkCommandBuffer commands, const ImageUse& from, const ImageUse& to, int firstLevel,
+               uint32_t levelCount) const;
 
     VulkanContextRef _context; // outlives the handles
     MemoryHandle _memory;

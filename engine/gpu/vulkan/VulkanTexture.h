@@ -2,6 +2,7 @@
 // Threads: safe once made.
 #pragma once
 
+#include "base/Vectors.h"
 #include "gpu/Texture.h"
 #include "gpu/vulkan/VulkanImage.h"
 
@@ -17,6 +18,9 @@ public:
     // A texture does not survive the loss of its context.
     const VulkanContextRef& context() const { return _context; }
     int levelCount() const { return _image.levelCount(); }
+    int2 levelSize(int level) const {
+        return glm::max(int2(width() >> level, height() >> level), 1);
+    }
     VkDescriptorSet pictureSet(int level) const { return _image.pictureSet(level); }
 
 private:

@@ -1,6 +1,7 @@
 // The 3D model's finishing pass over a blurred picture of everything behind it.
 // params: opacity, blackFloor, whiteCeiling, level-match strength
 // params2: light-wrap width (of the long side), light-wrap strength, edge softness
+// params3: from uv to the background: scale x, y, offset x, y
 layout(set = 0, binding = 0) uniform sampler2D model;
 layout(set = 1, binding = 0) uniform sampler2D background;
 layout(location = 0) in vec2 uv;
@@ -43,7 +44,7 @@ void main() {
     vec3 rgb = texel.a > 0.0001 ? texel.rgb / texel.a : vec3(0.0);
     if (strength > 0.001)
         rgb = levelMatched(rgb, uniforms.params.y, uniforms.params.z, strength);
-    vec3 behind = textureLod(background, uv, 0.0).rgb;
+    vec3 behind = textureLod(background, uv * uniforms.params3.xy + uniforms.params3.zw, 0.0).rgb;
     float mask = softMask(texel.a, uniforms.params2.x);
     rgb = mix(rgb, behind, (1.0 - mask) * wrapStrength);
     float softAlpha = mix(texel.a, mask, softness);

@@ -72,6 +72,17 @@ void FrameTransfer::download(VkCommandBuffer commands, VulkanImage& image, Pixel
     vkCmdPipelineBarrier2(commands, &dependency);
 }
 
+void FrameTransfer::copy(VkCommandBuffer commands, VulkanImage& from, VulkanImage& to) const {
+    from.use(commands, ImageUse::copiedFrom);
+    to.discard();
+    to.use(commands, ImageUse::copiedTo);
+    VkImageCopy region{};
+    region.srcSubresource = region.dstSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
+    region.extent = {from.extent().width, from.extent().height, 1};
+    vkCmdCopyImage(commands, from.get(), VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL, to.get(),
+                   VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL, 1, &region);
+}
+
 void FrameTransfer::finishDownload(PixelBuffer& picture) {
     if (!_destination)
         libyuv::ARGBCopy(_readback.bytes(), static_cast<int>(picture.strideBytes()), picture.data(),

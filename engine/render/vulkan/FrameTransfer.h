@@ -24,6 +24,9 @@ public:
     // After the commands have run: the picture is complete.
     void finishDownload(PixelBuffer& picture);
 
+    // Records the copy of an image into another of its size.
+    void copy(VkCommandBuffer commands, VulkanImage& from, VulkanImage& to) const;
+
 private:
     VulkanContextRef _context;
     VulkanBuffer _staging;

@@ -8,6 +8,7 @@ namespace lanternfly {
 
 namespace {
 
+constexpr float minSigma = 0.3f;
 constexpr int sizeStep = 64; // images grow in steps, so that an animated blur seldom remakes them
 
 int floorDivided(int a, int b) {
@@ -25,8 +26,9 @@ void cellRange(int a, int b, int reduction, int& first, int& end) {
 
 } // namespace
 
-void VulkanBlur::encode(FrameEncoder& encoder, VulkanImage& source, const PixelRect& rect,
-                        float2 sigma) {
+void VulkanBlur::encode(FrameEncoder& encoder, VkDescriptorSet source, int2 sourceSize,
+                        const PixelRect& rect, float2 sigma) {
+    sigma = glm::max(sigma, minSigma);
     const int reduction = blurReductionFor(std::min(sigma.x, sigma.y));
     const float2 cellSigma(reducedBlurSigma(sigma.x, reduction),
                            reducedBlurSigma(sigma.y, reduction));
@@ -40,12 +42,11 @@ void VulkanBlur::encode(FrameEncoder& encoder, VulkanImage& source, const PixelR
 
     const Pipelines& pipelines = encoder.pipelines();
     PushedUniforms uniforms;
-    source.use(encoder.commands(), ImageUse::sampled);
     uniforms.params = {reduction, cells.x0 - radiusX, cells.y0 - radiusY, 0};
-    uniforms.params2 = {source.width(), source.height(), 0, 0};
+    uniforms.params2 = {sourceSize, 0, 0};
     _cells.discard();
     encoder.beginPass(_cells, wide, FrameEncoder::Start::undefined, _label);
-    encoder.draw(pipelines.reduce, fullQuad(), uniforms, wide, source.pictureSet());
+    encoder.draw(pipelines.reduce, fullQuad(), uniforms, wide, source);
     encoder.endPass();
 
     _cells.use(encoder.commands(), ImageUse::sampled);

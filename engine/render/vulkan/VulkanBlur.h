@@ -8,18 +8,32 @@
 
 namespace lanternfly {
 
+// point · scale + offset.
+struct ScaleAndOffset {
+    float2 scale{1};
+    float2 offset{0};
+
+    // First this one, then `next`.
+    ScaleAndOffset then(const ScaleAndOffset& next) const {
+        return {scale * next.scale, offset * next.scale + next.offset};
+    }
+    float4 packed() const { return {scale, offset}; }
+};
+
 class VulkanBlur {
 public:
     VulkanBlur(VulkanContextRef context, const char* label)
         : _context(std::move(context)), _label(label) {}
 
-    // Encodes the passes. `rect` lies inside the source; sigmas are in pixels, at least 0.3. Images
-    // grow to the largest size seen and stay. Throws VulkanError.
-    void encode(FrameEncoder& encoder, VulkanImage& source, const PixelRect& rect, float2 sigma);
+    // Encodes the passes. `source` is ready to be sampled, `rect` lies inside it; sigmas are in
+    // pixels, and below 0.3 count as 0.3. Images grow to the largest size seen and stay. Throws
+    // VulkanError.
+    void encode(FrameEncoder& encoder, VkDescriptorSet source, int2 sourceSize,
+                const PixelRect& rect, float2 sigma);
 
-    // The blurred picture, and where a pixel of the source lies in it: pixel · scale + offset.
+    // The blurred picture, and where a pixel of the source lies in it.
     VkDescriptorSet picture() const { return _cells.pictureSet(); }
-    float4 pixelToPicture() const { return _pixelToPicture; } // scale x, y, offset x, y
+    const ScaleAndOffset& pixelToPicture() const { return _pixelToPicture; }
 
 private:
     void makeImages(int width, int height, int verticalHeight);
@@ -28,7 +42,7 @@ private:
     const char* _label;
     VulkanImage _cells;    // averaged, and in the end blurred
     VulkanImage _vertical; // blurred in one direction
-    float4 _pixelToPicture{0};
+    ScaleAndOffset _pixelToPicture;
 };
 
 } // namespace lanternfly

@@ -37,6 +37,20 @@ protected:
         compositor->setSlideTexture(device->makeTexture(*slidePicture(256, 144), {}), true);
         return compositor;
     }
+    // One frame with the inputs' textures, drawn by a renderer of these shaders.
+    PixelBufferRef drawn(const ShaderTexts& shaders, const CompositorInputs& inputs) {
+        const auto renderer = makeVulkanFrameRenderer(device, size, shaders);
+        FrameKernels kernels;
+        const FramePlan plan =
+            planFrame(inputs, {size, size, false, FullComposition{}, 0}, kernels);
+        const auto camera = cameraScene(size.width, size.height);
+        auto output = PixelBuffer::create(size.width, size.height);
+        EXPECT_EQ(
+            renderer->draw(plan, {camera.get(), inputs.slide.texture.get(), output.get(),
+                                  inputs.spatial.texture.get(), inputs.annotation.texture.get()}),
+            "");
+        return output;
+    }
     static PixelBufferRef composite(FrameCompositor& compositor, const PixelBufferRef& camera) {
         return compositor.composite(camera, false, FullComposition{}, 0);
     }
@@ -66,6 +80,26 @@ TEST_F(VulkanFrameRendererTest, OptionalShadersMayFail) {
         EXPECT_NE(makeVulkanFrameRenderer(device, size, shadersWithout(name)), nullptr);
     }
     EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(VulkanFrameRendererTest, WithoutTheirShaderFramesCarryNoDots) {
+    CompositorInputs inputs;
+    const auto withoutDots = drawn(embeddedShaders(), inputs);
+    inputs.twoHandDiscoverability = {1, 1, {-0.5f, 0.4f}, {0.3f, -0.2f}};
+    EXPECT_GT(difference(*drawn(embeddedShaders(), inputs), *withoutDots).differing, 4);
+    EXPECT_EQ(
+        difference(*drawn(shadersWith("twoHandDots_fs", "broken"), inputs), *withoutDots).differing,
+        0);
+}
+
+TEST_F(VulkanFrameRendererTest, WithoutItsShaderAModelIsDrawnUnfinished) {
+    CompositorInputs inputs;
+    inputs.spatial.texture = device->makeTexture(*slidePicture(64, 64, 128), {});
+    const auto plain = drawn(embeddedShaders(), inputs);
+    inputs.spatial.levelStrength = 1;
+    inputs.spatial.whiteCeiling = 0.5f;
+    EXPECT_GT(difference(*drawn(embeddedShaders(), inputs), *plain).differing, 1000);
+    EXPECT_EQ(difference(*drawn(shadersWithout("spatial_fs"), inputs), *plain).differing, 0);
 }
 
 TEST_F(VulkanFrameRendererTest, IsNotMadeForAnotherKindOfDevice) {
