@@ -1,6 +1,7 @@
 #include "render/cpu/StrokePass.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "render/cpu/Rows.h"
@@ -21,7 +22,7 @@ namespace {
 struct StrokeStrip {
     const float* vertices;
     int vertexCount;
-    double2 pixelsPerUnit; // of the authoring viewport
+    float2 pixelsPerUnit; // of the authoring viewport
     float4 color;
     float widthScale;
     StrokeRun* runs;
@@ -44,38 +45,46 @@ using InkTag = hn::Full128<float>;
 using Ink = hn::Vec<InkTag>; // core offset, core half-width, feather half-width, alpha
 constexpr InkTag ink;
 
-constexpr double maxPositionPX = 1e6; // beyond it a triangle is no stroke
+constexpr float maxPositionPX = 1e6f; // beyond it a triangle is no stroke
 constexpr float maxInkLength = 1e6f;
 constexpr int maxPiecePixels = 64;
+constexpr double minTriangleArea = 1e-9; // pixels; a thinner one holds no pixel's centre
 
 struct StripVertex {
-    double x = 0, y = 0; // pixels
+    float x = 0, y = 0; // pixels
     const float* attributes = nullptr;
     bool isUsable = false;
 };
 
 // One side of a triangle, from its upper to its lower end. Both triangles of a shared side compute
-// the same numbers from it.
+// the same numbers from it, so that no pixel of it is drawn twice or left out.
 struct Side {
-    double x = 0, y = 0, perRow = 0;
+    float x, y, perRow;
 
-    Side(const StripVertex& upper, const StripVertex& lower)
+    HWY_INLINE Side(const StripVertex& upper, const StripVertex& lower)
         : x(upper.x), y(upper.y),
           perRow(lower.y > upper.y ? (lower.x - upper.x) / (lower.y - upper.y) : 0) {}
-    double at(double rowCentre) const { return x + (rowCentre - y) * perRow; }
+    HWY_INLINE Floats at(Floats rowCentres) const {
+        return hn::Add(hn::Mul(hn::Sub(rowCentres, set(y)), set(perRow)), set(x));
+    }
 };
 
 // The first pixel whose centre is at or beyond a position.
-HWY_INLINE int firstCentre(double position, double limit) {
-    const double t = std::min(std::max(position - 0.5, 0.0), limit);
+HWY_INLINE int firstCentre(float position, float limit) {
+    const float t = std::min(std::max(position - 0.5f, 0.f), limit);
     const int pixel = static_cast<int>(t);
-    return pixel + (t > pixel);
+    return pixel + (t > static_cast<float>(pixel));
 }
-
+HWY_INLINE Floats firstCentres(Floats positions, float limit) {
+    const Floats t = hn::Min(hn::Max(hn::Sub(positions, set(0.5f)), hn::Zero(floats)), set(limit));
+    const Floats pixel = hn::ConvertTo(floats, hn::ConvertTo(ints, t));
+    return hn::Add(pixel, hn::IfThenElseZero(hn::Gt(t, pixel), set(1)));
+}
 class StripDrawer {
 public:
     explicit StripDrawer(const StrokeStrip& strip)
-        : _s(strip), _lastX(strip.output->width()), _lastY(strip.output->height()) {}
+        : _s(strip), _endX(static_cast<float>(strip.output->width())),
+          _endY(static_cast<float>(strip.output->height())) {}
 
     void draw() {
         StripVertex a = vertex(0);
@@ -111,50 +120,73 @@ private:
         if (isBelow(top, middle)) std::swap(top, middle);
         if (isBelow(middle, bottom)) std::swap(middle, bottom);
         if (isBelow(top, middle)) std::swap(top, middle);
-        const int y0 = firstCentre(top->y, _lastY);
-        const int y1 = firstCentre(bottom->y, _lastY);
+        const int y0 = firstCentre(top->y, _endY);
+        const int y1 = firstCentre(bottom->y, _endY);
         if (y0 >= y1) return;
 
         // Twice the signed area, and how the weights of b and c move.
-        const double area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
-        if (!(std::abs(area) > 0)) return;
+        const double2 ab(b.x - a.x, b.y - a.y);
+        const double2 ac(c.x - a.x, c.y - a.y);
+        const double area = ab.x * ac.y - ac.x * ab.y;
+        if (!(std::abs(area) > minTriangleArea)) return;
         const double perArea = 1 / area;
-        const double bX = (c.y - a.y) * perArea;
-        const double bY = (a.x - c.x) * perArea;
-        const double cX = (a.y - b.y) * perArea;
-        const double cY = (b.x - a.x) * perArea;
+        const auto bX = static_cast<float>(ac.y * perArea);
+        const auto bY = static_cast<float>(-ac.x * perArea);
+        const auto cX = static_cast<float>(-ab.y * perArea);
+        const auto cY = static_cast<float>(ab.x * perArea);
         const Ink atA = hn::LoadU(ink, a.attributes);
         const Ink towardB = hn::Sub(hn::LoadU(ink, b.attributes), atA);
         const Ink towardC = hn::Sub(hn::LoadU(ink, c.attributes), atA);
+        const Ink perPixel =
+            hn::Add(hn::Mul(towardB, hn::Set(ink, bX)), hn::Mul(towardC, hn::Set(ink, cX)));
 
         const Side whole(*top, *bottom);
         const Side upper(*top, *middle);
         const Side lower(*middle, *bottom);
-        for (int y = y0; y < y1; ++y) {
-            const double centre = y + 0.5;
-            const double one = whole.at(centre);
-            const double other = centre < middle->y ? upper.at(centre) : lower.at(centre);
-            const int x0 = firstCentre(std::min(one, other), _lastX);
-            const int x1 = firstCentre(std::max(one, other), _lastX);
-            if (x0 >= x1) continue;
-            const double dx = x0 + 0.5 - a.x;
-            const double dy = centre - a.y;
-            const auto weight = [](double w) {
-                return hn::Set(ink, static_cast<float>(std::min(std::max(w, 0.0), 1.0)));
+        HWY_ALIGN float firsts[HWY_MAX_BYTES / sizeof(float)];
+        HWY_ALIGN float ends[HWY_MAX_BYTES / sizeof(float)];
+        HWY_ALIGN float weightsOfB[HWY_MAX_BYTES / sizeof(float)];
+        HWY_ALIGN float weightsOfC[HWY_MAX_BYTES / sizeof(float)];
+        for (int y = y0; y < y1; y += static_cast<int>(lanes())) {
+            const Floats centres = hn::Iota(floats, static_cast<float>(y) + 0.5f);
+            const Floats one = whole.at(centres);
+            const Floats other = hn::IfThenElse(hn::Lt(centres, set(middle->y)), upper.at(centres),
+                                                lower.at(centres));
+            const Floats x0 = firstCentres(hn::Min(one, other), _endX);
+            const Floats x1 = firstCentres(hn::Max(one, other), _endX);
+            const Mask isCovered =
+                hn::And(hn::Lt(x0, x1), hn::Lt(centres, set(static_cast<float>(y1))));
+            uint8_t maskBytes[8] = {};
+            hn::StoreMaskBits(floats, isCovered, maskBytes);
+            uint32_t rows = static_cast<uint32_t>(maskBytes[0] | maskBytes[1] << 8);
+            if (rows == 0) continue;
+            const Floats dx = hn::Add(x0, set(0.5f - a.x));
+            const Floats dy = hn::Sub(centres, set(a.y));
+            const auto weight = [&](float perX, float perY) {
+                return clamp01(hn::Add(hn::Mul(dx, set(perX)), hn::Mul(dy, set(perY))));
             };
-            Ink value = hn::Add(atA, hn::Add(hn::Mul(towardB, weight(bX * dx + bY * dy)),
-                                             hn::Mul(towardC, weight(cX * dx + cY * dy))));
-            Ink perPixel = hn::Zero(ink);
-            if (x1 - x0 > 1)
-                perPixel = hn::Add(hn::Mul(towardB, hn::Set(ink, static_cast<float>(bX))),
-                                   hn::Mul(towardC, hn::Set(ink, static_cast<float>(cX))));
-            addSpan(y, x0, x1, value, perPixel);
+            hn::Store(x0, floats, firsts);
+            hn::Store(x1, floats, ends);
+            hn::Store(weight(bX, bY), floats, weightsOfB);
+            hn::Store(weight(cX, cY), floats, weightsOfC);
+            for (; rows != 0; rows &= rows - 1) {
+                const auto row = static_cast<unsigned>(std::countr_zero(rows));
+                const Ink value =
+                    hn::Add(atA, hn::Add(hn::Mul(towardB, hn::Set(ink, weightsOfB[row])),
+                                         hn::Mul(towardC, hn::Set(ink, weightsOfC[row]))));
+                addSpan(y + static_cast<int>(row), static_cast<int>(firsts[row]),
+                        static_cast<int>(ends[row]), value, perPixel);
+            }
         }
         _touched.y0 = std::min(_touched.y0, y0);
         _touched.y1 = std::max(_touched.y1, y1);
     }
 
     HWY_INLINE void addSpan(int y, int x0, int x1, Ink value, Ink perPixel) {
+        if (x1 - x0 == 1) {
+            hn::StoreU(value, ink, place(y, x0, x1));
+            return;
+        }
         const int first = x0;
         while (x0 < x1) {
             const int end = std::min(x1, x0 + maxPiecePixels);
@@ -216,8 +248,8 @@ private:
     }
 
     const StrokeStrip& _s;
-    const double _lastX;
-    const double _lastY;
+    const float _endX;
+    const float _endY;
     struct {
         int y0 = 1 << 30, y1 = 0;
     } _touched;
@@ -247,8 +279,8 @@ void StrokePass::draw(const StrokesDraw& draw, PixelBuffer& output) {
         const int vertexCount = drawnVertexCount(batch);
         const StrokeUniforms uniforms = strokeUniforms(draw, batch);
         if (vertexCount < 3 || !(uniforms.color.a > 0)) continue;
-        const double2 pixelsPerUnit{uniforms.mvp[0][0] * output.width() / 2.0,
-                                    -uniforms.mvp[1][1] * output.height() / 2.0};
+        const float2 pixelsPerUnit{uniforms.mvp[0][0] * static_cast<float>(output.width()) / 2,
+                                   -uniforms.mvp[1][1] * static_cast<float>(output.height()) / 2};
         HWY_DYNAMIC_DISPATCH(drawStrip)
         ({batch.vertexBuffer.data(), vertexCount, pixelsPerUnit, uniforms.color,
           uniforms.widthScale, _runs.data(), _fragments.data(), &output});

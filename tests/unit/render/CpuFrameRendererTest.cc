@@ -169,6 +169,104 @@ TEST(HostileValues, NeverStopAFrame) {
     }
 }
 
+// Ink whose vertices, colours and counts are anything.
+TEST(HostileValues, NeverStopAStroke) {
+    const auto device = CpuDevice::create();
+    const auto compositor = FrameCompositor::create(device, 200, 120);
+    const auto camera = cameraScene(200, 120);
+    constexpr float infinite = std::numeric_limits<float>::infinity();
+    const float values[] = {std::numeric_limits<float>::quiet_NaN(),
+                            infinite,
+                            -infinite,
+                            0,
+                            -0.f,
+                            -1,
+                            1e-30f,
+                            -1e30f,
+                            1e30f,
+                            3e38f,
+                            60,
+                            199.5f,
+                            1e-45f,
+                            119.5f,
+                            5000};
+    uint32_t seed = 7;
+    const auto next = [&] {
+        seed = test::hash(seed + 1);
+        return seed;
+    };
+    const auto anything = [&] { return values[next() % std::size(values)]; };
+    const auto sane = [&] { return static_cast<float>(next() % 200); };
+    for (int round = 0; round < 2000; ++round) {
+        StrokeBatch batch;
+        for (int i = 0; i < 6 * 8; ++i)
+            batch.vertexBuffer.push_back(next() % 4 == 0 ? anything() : sane());
+        batch.triangleStripVertexCount = static_cast<int>(next() % 12);
+        batch.color = {0.5f, 0.6f, 0.7f, 1};
+        batch.viewportWidthPX = 200;
+        batch.viewportHeightPX = 120;
+        if (next() % 4 == 0) batch.color[static_cast<int>(next() % 4)] = anything();
+        if (next() % 8 == 0) batch.viewportWidthPX = anything();
+        compositor->setStrokeBatches({batch, batch});
+        compositor->setDrawingWidthScale(anything());
+        compositor->setDrawingOpacity(1);
+        ASSERT_NE(compositor->composite(camera, false, FullComposition{}, 0), nullptr);
+    }
+}
+
+TEST(HostileValues, NeverStopALayer) {
+    const auto device = CpuDevice::create();
+    const auto compositor = FrameCompositor::create(device, 100, 60);
+    const auto camera = cameraScene(100, 60);
+    constexpr float infinite = std::numeric_limits<float>::infinity();
+    const float values[] = {std::numeric_limits<float>::quiet_NaN(),
+                            infinite,
+                            -infinite,
+                            0,
+                            1,
+                            -1,
+                            1e-30f,
+                            1e30f,
+                            0.5f,
+                            0.0011f,
+                            1e-45f,
+                            80};
+    const TextureRef textures[] = {
+        nullptr,
+        device->makeTexture(*test::modelPicture(100, 60), {}),
+        device->makeTexture(*test::modelPicture(37, 61), {}),
+        device->makeTexture(*test::modelPicture(1, 1), {}),
+        device->makeTexture(*test::noisePicture(3, 200), {}),
+        device->makeTexture(*slidePicture(100, 60, 0), {}), // clear
+    };
+    const CompositionMode modes[] = {FullComposition{}, SwapComposition{SwapFillMode::fit},
+                                     SwapComposition{SwapFillMode::fill}};
+    uint32_t seed = 3;
+    const auto pick = [&](const auto& list) {
+        seed = test::hash(seed + 1);
+        return list[seed % std::size(list)];
+    };
+    for (int round = 0; round < 1500; ++round) {
+        compositor->setSlideTexture(pick(textures), round % 2 == 0);
+        compositor->setAppearance({pick(values), pick(values), pick(values), pick(values)});
+        compositor->setAnnotationTexture(pick(textures), round % 3 == 0);
+        compositor->setAnnotationOpacity(pick(values));
+        compositor->setSpatialTexture(pick(textures));
+        compositor->setSpatialOpacity(pick(values));
+        compositor->setSpatialLevelMatch(pick(values), pick(values), pick(values));
+        compositor->setSpatialLightWrap(pick(values), pick(values));
+        compositor->setSpatialUnderlayBlurSigma(pick(values));
+        compositor->setSpatialBackgroundBlurSigma(pick(values));
+        compositor->setSpatialEdgeSoftness(pick(values));
+        compositor->setTwoHandDiscoverability({pick(values),
+                                               pick(values),
+                                               {pick(values), pick(values)},
+                                               {pick(values), pick(values)}});
+        ASSERT_NE(compositor->composite(camera, round % 2 == 0, pick(modes), pick(values)),
+                  nullptr);
+    }
+}
+
 TEST(HostileValues, TinyFramesAndTexturesAreDrawn) {
     const auto device = CpuDevice::create();
     for (const int side : {1, 2, 3, 7, 17}) {
@@ -179,10 +277,18 @@ TEST(HostileValues, TinyFramesAndTexturesAreDrawn) {
         VisionOSTuning tuning;
         tuning.backdropBlurSigma = 20;
         compositor->setTuning(tuning);
+        const TextureRef layer = device->makeTexture(*slidePicture(5, side, 200), {});
+        compositor->setSpatialTexture(layer);
+        compositor->setSpatialEdgeSoftness(0.5f);
+        compositor->setSpatialUnderlayBlurSigma(3);
+        compositor->setAnnotationTexture(layer, false);
         for (const int cameraSide : {1, side, 40})
-            EXPECT_NE(compositor->composite(cameraScene(cameraSide, 1 + side / 2), true,
-                                            FullComposition{}, 0),
-                      nullptr);
+            for (const CompositionMode& mode :
+                 {CompositionMode(FullComposition{}),
+                  CompositionMode(SwapComposition{SwapFillMode::fill})})
+                EXPECT_NE(
+                    compositor->composite(cameraScene(cameraSide, 1 + side / 2), true, mode, 0.5f),
+                    nullptr);
     }
 }
 
