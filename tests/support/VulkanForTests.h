@@ -15,10 +15,13 @@ inline const int isCacheFolderSet = setenv("XDG_CACHE_HOME", LANTERNFLY_BUILD_DI
 
 // Null where the machine has none. The device is shared, as loading a driver takes a while.
 inline const std::shared_ptr<VulkanDevice>& vulkanDevice(bool allowHostImport = true) {
-    static const auto importing =
-        VulkanDevice::create({.selector = "", .validate = true, .allowHostImport = true});
-    static const auto copying =
-        VulkanDevice::create({.selector = "", .validate = true, .allowHostImport = false});
+    // Never destroyed: a driver that is unloaded leaves memory that the leak checker cannot name.
+    const auto make = [](bool imports) {
+        return new auto(
+            VulkanDevice::create({.selector = "", .validate = true, .allowHostImport = imports}));
+    };
+    static const auto& importing = *make(true);
+    static const auto& copying = *make(false);
     return allowHostImport ? importing : copying;
 }
 

@@ -17,6 +17,7 @@ TEST(Devices, TheCpuDeviceIsAlwaysThere) {
 }
 
 TEST(Devices, ASoftwareVulkanDeviceIsNotTakenUnasked) {
+    test::vulkanDevice(); // keeps the driver loaded
     const test::LogCapture log;
     const auto device = chooseDevice("");
     ASSERT_NE(device, nullptr);
