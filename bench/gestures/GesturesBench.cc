@@ -123,5 +123,3 @@ BENCHMARK(peaceSignFrame);
 
 } // namespace
 } // namespace lanternfly
-
-BENCHMARK_MAIN();

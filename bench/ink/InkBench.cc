@@ -64,5 +64,3 @@ BENCHMARK(publishWhileUnwriting)->Apply(strokesAndPoints);
 
 } // namespace
 } // namespace lanternfly
-
-BENCHMARK_MAIN();

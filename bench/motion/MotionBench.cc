@@ -47,5 +47,3 @@ BENCHMARK(handleChanged);
 } // namespace
 
 } // namespace lanternfly
-
-BENCHMARK_MAIN();

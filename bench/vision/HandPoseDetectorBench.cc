@@ -111,5 +111,3 @@ BENCHMARK(loading)->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace lanternfly
-
-BENCHMARK_MAIN();
