@@ -16,7 +16,7 @@
 #include "app/cli/Progress.h"
 #include "app/cli/RenderReport.h"
 #include "diagnostics/PerfSignposts.h"
-#include "gpu/cpu/CpuDevice.h"
+#include "gpu/Devices.h"
 #include "platform/linux/pdf/PdfWorkerOpener.h"
 #include "platform/linux/video/OutputFile.h"
 #include "platform/linux/video/VideoFileReader.h"
@@ -126,6 +126,12 @@ void declareRender(CLI::App& command, RenderOptions& options) {
         .add_option("--trace", options.trace,
                     "Write a trace that Perfetto opens (made anew when complete)")
         ->type_name("FILE");
+    // The CPU gives the same bits on every machine; a driver does not promise that.
+    command
+        .add_option("--device", options.device,
+                    "What draws the frames: cpu, vulkan (the best device), or vulkan:NAME")
+        ->type_name("DEVICE")
+        ->capture_default_str();
     command.add_flag("--realtime-drops", options.dropsInRealTime,
                      "Pace the frames as a camera would, and drop what comes too late, instead of "
                      "taking the time that each frame needs");
@@ -140,7 +146,11 @@ int runRender(const RenderOptions& options) {
 
     // Everything that can be wrong with the inputs shows before an output is begun.
     const auto reader = VideoFileReader::open(options.camera);
-    const DeviceRef device = CpuDevice::create();
+    const DeviceRef device = chooseDevice(options.device);
+    if (!device)
+        throw CommandError(fmt::format("there is no device {} here; leave --device out to draw on "
+                                       "the CPU",
+                                       options.device));
     PdfWorkerOpener opener;
     const TextureRef slide = loadSlide(options.deck, options.page, device, opener);
     const auto compositor = FrameCompositor::create(device, options.width, options.height);

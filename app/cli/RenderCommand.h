@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "app/Framing.h"
 
@@ -23,6 +24,7 @@ struct RenderOptions {
     int width = 1920, height = 1080;
     bool isMirrored = false;
     FramingMode framing = FramingMode::crop;
+    std::string device = "cpu"; // as chooseDevice() takes it
     bool dropsInRealTime = false;
 };
 

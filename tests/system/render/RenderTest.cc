@@ -58,6 +58,26 @@ TEST_F(Render, TheSlideHangsInItsCornerAndTheRestIsTheCamera) {
     EXPECT_NEAR(brightness(*picture, 0.5, 0.6, 0.95, 0.95), plain, 4);
 }
 
+TEST_F(Render, VulkanDrawsWhatTheCpuDraws) {
+    makePlainClip("camera.mp4", "0xA0B0C0", 0.3);
+    ASSERT_EQ(render("--camera camera.mp4 --out cpu.mp4").exitCode, 0);
+    const auto run = render("--camera camera.mp4 --out vulkan.mp4 --device vulkan");
+    if (run.exitCode != 0) GTEST_SKIP() << "no Vulkan device: " << run.output;
+    const auto cpu = framesOf("cpu.mp4");
+    const auto vulkan = framesOf("vulkan.mp4");
+    ASSERT_EQ(vulkan.size(), cpu.size());
+    EXPECT_NEAR(brightness(*vulkan[5].picture, 0.05, 0.08, 0.35, 0.34),
+                brightness(*cpu[5].picture, 0.05, 0.08, 0.35, 0.34), 2);
+}
+
+TEST_F(Render, ADeviceThatIsNotThereIsOneClearLine) {
+    makePlainClip("camera.mp4", "0xA0B0C0", 0.3);
+    const auto run = render("--camera camera.mp4 --out out.mp4 --device abacus");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.output, HasSubstr("there is no device abacus here; leave --device out"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.mp4"));
+}
+
 TEST_F(Render, MirroringTurnsTheCameraAndTheSidesOfTheSlide) {
     // Dark on the left, bright on the right.
     ffmpeg("-f lavfi -i color=0x202020:s=320x360:r=30:d=0.2 -f lavfi -i "
