@@ -1,15 +1,16 @@
 // Processor time of one composited frame, by the clock of the compositing thread, beside a plain
-// overlay by GStreamer in the same run.
+// overlay by GStreamer and by ffmpeg in the same run.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "GstreamerPeer.h"
+#include "OverlayPeers.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/FrameCompositor.h"
 #include "support/Pictures.h"
@@ -88,19 +89,25 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
         return 2;
     }
-    for (const Case& bench : cases) {
-        const double ours = frameCpuMs(bench);
-        const auto peer = bench.isPeerCase ? gstreamerOverlayCpuMs() : std::nullopt;
+    const auto report = [&](const std::string& name, double ours, std::optional<double> peer) {
         const std::string peerText = peer ? fmt::format("{:.4f}", *peer) : "null";
         const std::string ratio = peer ? fmt::format("{:.3f}", *peer / ours) : "null";
-        fmt::print("{:<42} {:7.3f} ms  gstreamer {:>7}  ratio {}\n", bench.name, ours, peerText,
-                   ratio);
+        fmt::print("{:<52} {:7.3f} ms  peer {:>7}  ratio {}\n", name, ours, peerText, ratio);
         std::fflush(stdout);
         if (json)
             fmt::print(json,
                        "{{\"name\": \"{}\", \"ours\": {:.4f}, \"peer\": {}, \"unit\": \"CPU "
                        "ms/frame\", \"ratio\": {}}}\n",
-                       bench.name, ours, peerText, ratio);
+                       name, ours, peerText, ratio);
+    };
+    for (const Case& bench : cases) {
+        const double ours = frameCpuMs(bench);
+        if (!bench.isPeerCase) {
+            report(bench.name, ours, std::nullopt);
+            continue;
+        }
+        report(std::string(bench.name) + ", GStreamer overlay", ours, gstreamerOverlayCpuMs());
+        report(std::string(bench.name) + ", ffmpeg overlay", ours, ffmpegOverlayCpuMs());
     }
     if (json) std::fclose(json);
     return 0;
