@@ -1,5 +1,6 @@
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
+pkg_check_modules(PLACEBO REQUIRED IMPORTED_TARGET libplacebo)
 include(GoogleTest)
 
 # lanternfly_test(<name> SOURCES <files…> LIBRARIES <targets…> LABELS <what the test needs…>)

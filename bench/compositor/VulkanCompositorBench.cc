@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "PlaceboPeer.h"
 #include "gpu/vulkan/VulkanDevice.h"
 #include "render/FrameCompositor.h"
 #include "support/Pictures.h"
@@ -24,12 +25,13 @@ struct Case {
     bool mirror = false;
     bool hasPane = true;
     bool importsHostMemory = true;
+    bool isPeerCase = false;
 };
 
 const Case cases[] = {
     {"camera", 0, 0, false, false},
     {"camera mirrored", 0, 0, true, false},
-    {"camera + tilted pane 0.36"},
+    {"camera + tilted pane 0.36", 0, 0, false, true, true, true},
     {"camera + tilted pane 0.36, no host import", 0, 0, false, true, false},
     {"frosted pane 0.36", 12},
     {"frosted pane 0.36, mirrored", 12, 0, true},
@@ -107,13 +109,17 @@ int main(int argc, char** argv) {
         const bench::Cost cost = bench::frameCost(bench, device);
         const std::string name = fmt::format(
             "{}, 1080p, {}", bench.name, device->isSoftware() ? "software Vulkan" : device->name());
-        fmt::print("{:<70} {:7.3f} CPU ms {:7.3f} ms\n", name, cost.cpuMs, cost.wallMs);
+        const auto peer = bench.isPeerCase ? bench::placeboOverlayCpuMs() : std::nullopt;
+        const std::string peerText = peer ? fmt::format("{:.4f}", *peer) : "null";
+        const std::string ratio = peer ? fmt::format("{:.3f}", *peer / cost.cpuMs) : "null";
+        fmt::print("{:<70} {:7.3f} CPU ms {:7.3f} ms  libplacebo's overlay {}\n", name, cost.cpuMs,
+                   cost.wallMs, peerText);
         std::fflush(stdout);
         if (json)
             fmt::print(json,
-                       "{{\"name\": \"{}\", \"ours\": {:.4f}, \"peer\": null, \"unit\": \"CPU "
-                       "ms/frame\", \"ratio\": null}}\n",
-                       name, cost.cpuMs);
+                       "{{\"name\": \"{}\", \"ours\": {:.4f}, \"peer\": {}, \"unit\": \"CPU "
+                       "ms/frame\", \"ratio\": {}}}\n",
+                       name, cost.cpuMs, peerText, ratio);
     }
     if (json) std::fclose(json);
     return 0;
