@@ -23,13 +23,27 @@ PixelBufferRef blurred(const PixelBuffer& source, float sigma) {
 TEST(GaussianBlurTest, IsCloseToAnExactGaussianAtEverySigma) {
     for (const auto& picture : {test::cameraScene(200, 120), test::noisePicture(201, 119)})
         for (const float sigma :
-             {0.5f, 1.f, 2.f, 3.7f, 4.99f, 5.f, 7.f, 9.99f, 10.f, 12.f, 20.f, 33.f, 64.f}) {
+             {0.5f, 1.f, 2.f, 3.7f, 4.99f, 5.f, 7.f, 9.99f, 10.f, 12.f, 20.f, 33.f, 64.f, 80.f}) {
             const auto exact = test::exactGaussian(*picture, sigma);
             const double psnr = test::difference(*blurred(*picture, sigma), *exact).psnr();
             EXPECT_GE(psnr, 46) << sigma;
             RecordProperty("psnr_" + std::to_string(picture->width()) + "_" + std::to_string(sigma),
                            std::to_string(psnr));
         }
+}
+
+// An animated blur changes its sigma by a quarter at a time: where another reduction takes over,
+// the picture must move no more than an exact Gaussian does.
+TEST(GaussianBlurTest, AnAnimatedSigmaDoesNotFlicker) {
+    constexpr int rounding = 3; // of two pictures, each by its own intermediate sizes
+    const auto picture = test::cameraScene(200, 120);
+    for (const float sigma : {0.5f, 1.75f, 4.75f, 5.f, 9.75f, 10.f, 19.75f, 20.f, 39.75f, 79.75f}) {
+        const float next = sigma + 0.25f;
+        const auto moved = test::difference(*blurred(*picture, sigma), *blurred(*picture, next));
+        const auto exact = test::difference(*test::exactGaussian(*picture, sigma),
+                                            *test::exactGaussian(*picture, next));
+        EXPECT_LE(moved.largest, exact.largest + rounding) << sigma;
+    }
 }
 
 TEST(GaussianBlurTest, APartOfThePictureIsBlurredAsInTheWhole) {
