@@ -8,6 +8,7 @@
 #include "gpu/cpu/CpuDevice.h"
 #include "support/Pictures.h"
 #include "support/Png.h"
+#include "support/VulkanForTests.h"
 #include "support/scenes/GoldenPictures.h"
 
 namespace lanternfly {
@@ -32,6 +33,26 @@ TEST_P(GoldenTest, LooksAsApproved) {
     if (HasFailure()) test::keepForInspection(scene, *actual, approved.get());
 }
 
+class VulkanGoldenTest : public test::VulkanTest,
+                         public ::testing::WithParamInterface<test::Scene> {};
+
+TEST_P(VulkanGoldenTest, LooksAsApproved) {
+    const test::Scene& scene = GetParam();
+    const auto actual = test::drawn(test::vulkanDevice(), scene);
+    ASSERT_NE(actual, nullptr);
+    const auto approved = test::approvedPicture(scene);
+    ASSERT_NE(approved, nullptr);
+    const auto delta = test::difference(*actual, *approved);
+    // A frame of a few pixels has no error to average.
+    if (actual->width() > 16) {
+        EXPECT_GE(delta.psnr(), 48);
+    }
+    EXPECT_LE(delta.largest, 6);
+    if (HasFailure()) test::keepForInspection(scene, *actual, approved.get());
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, VulkanGoldenTest, ::testing::ValuesIn(test::scenes()),
+                         [](const auto& scene) { return scene.param.name; });
 INSTANTIATE_TEST_SUITE_P(Scenes, GoldenTest, ::testing::ValuesIn(test::scenes()),
                          [](const auto& scene) { return scene.param.name; });
 
