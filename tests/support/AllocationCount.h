@@ -19,6 +19,13 @@ void* operator new(size_t size) {
 void* operator new[](size_t size) {
     return operator new(size);
 }
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    ++lanternfly::test::allocationCount;
+    return std::malloc(size > 0 ? size : 1);
+}
+void* operator new[](size_t size, const std::nothrow_t& nothrow) noexcept {
+    return operator new(size, nothrow);
+}
 void operator delete(void* block) noexcept {
     std::free(block);
 }

@@ -27,6 +27,7 @@ TEST(Devices, ASoftwareVulkanDeviceIsNotTakenUnasked) {
 }
 
 TEST(Devices, AnUnknownWishIsRefusedWithALogLine) {
+    test::vulkanDevice(); // keeps the driver loaded
     const test::LogCapture log;
     EXPECT_EQ(chooseDevice("gpu"), nullptr);
     EXPECT_TRUE(log.contains("no device \"gpu\": cpu, vulkan or vulkan:NAME"));
