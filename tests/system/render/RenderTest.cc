@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/ColourBars.h"
+#include "support/Environment.h"
 #include "system/render/RenderFixture.h"
 
 namespace lanternfly {
@@ -61,8 +62,12 @@ TEST_F(Render, TheSlideHangsInItsCornerAndTheRestIsTheCamera) {
 TEST_F(Render, VulkanDrawsWhatTheCpuDraws) {
     makePlainClip("camera.mp4", "0xA0B0C0", 0.3);
     ASSERT_EQ(render("--camera camera.mp4 --out cpu.mp4").exitCode, 0);
+    // The driver is unloaded before the program ends, and the leak checker cannot name its memory.
+    const test::ScopedVariable unchecked("ASAN_OPTIONS", "detect_leaks=0");
     const auto run = render("--camera camera.mp4 --out vulkan.mp4 --device vulkan");
-    if (run.exitCode != 0) GTEST_SKIP() << "no Vulkan device: " << run.output;
+    if (run.output.find("there is no device") != std::string::npos)
+        GTEST_SKIP() << "this machine has no Vulkan 1.3 device";
+    ASSERT_EQ(run.exitCode, 0) << run.output;
     const auto cpu = framesOf("cpu.mp4");
     const auto vulkan = framesOf("vulkan.mp4");
     ASSERT_EQ(vulkan.size(), cpu.size());
