@@ -11,7 +11,7 @@ namespace {
 TEST(VulkanSteadyState, AHundredFramesMakeNoObjectAndAllocateNothing) {
     // Without the validation layer, which allocates; never destroyed, so that the driver's own
     // memory keeps its name for the leak checker.
-    const auto& device = *new auto(VulkanDevice::create());
+    static const auto& device = *new auto(VulkanDevice::create());
     if (!device) GTEST_SKIP() << "this machine has no Vulkan 1.3 device";
     const auto compositor = FrameCompositor::create(device, 320, 180);
     ASSERT_NE(compositor, nullptr);
