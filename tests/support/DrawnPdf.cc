@@ -1,7 +1,5 @@
 #include "support/DrawnPdf.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 
 #include <cairo-pdf.h>
@@ -38,24 +36,6 @@ void drawPdf(const std::filesystem::path& file, const std::vector<DrawnPage>& pa
     const auto status = cairo_surface_status(surface);
     cairo_surface_destroy(surface);
     if (status != CAIRO_STATUS_SUCCESS) throw std::runtime_error(cairo_status_to_string(status));
-}
-
-TemporaryFolder::TemporaryFolder() {
-    auto name = (std::filesystem::temp_directory_path() / "lanternfly-test-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    _path = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
-}
-
-std::filesystem::path TemporaryFolder::write(const std::string& name,
-                                             const std::string& bytes) const {
-    const auto file = _path / name;
-    std::ofstream(file, std::ios::binary) << bytes;
-    return file;
 }
 
 } // namespace lanternfly::test

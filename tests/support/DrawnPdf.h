@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/TemporaryFolder.h"
+
 namespace lanternfly::test {
 
 struct Rgb {
@@ -20,20 +22,5 @@ struct DrawnPage {
 };
 
 void drawPdf(const std::filesystem::path& file, const std::vector<DrawnPage>& pages);
-
-// A folder of its own that goes with the test.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::filesystem::path& path() const { return _path; }
-    std::filesystem::path write(const std::string& name, const std::string& bytes) const;
-
-private:
-    std::filesystem::path _path;
-};
 
 } // namespace lanternfly::test

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <stdlib.h>
 #include <string>
 
@@ -26,6 +27,12 @@ public:
 
     const std::filesystem::path& path() const { return _path; }
     std::filesystem::path operator/(const std::string& name) const { return _path / name; }
+    // A file of the folder with these bytes.
+    std::filesystem::path write(const std::string& name, const std::string& bytes) const {
+        const auto file = _path / name;
+        std::ofstream(file, std::ios::binary) << bytes;
+        return file;
+    }
 
 private:
     std::filesystem::path _path;
