@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Weakly.h"
+#include "capture/FailureOf.h"
 
 namespace lanternfly {
 
@@ -77,19 +78,6 @@ HandPose handPoseOf(const HandObservation& observation) {
 // 0 when the clock has jumped back.
 uint64_t nanosBetween(uint64_t before, uint64_t after) {
     return after > before ? after - before : 0;
-}
-
-// Runs `body` and returns what went wrong, if anything.
-template <typename Body>
-std::optional<std::string> failureOf(Body&& body) {
-    try {
-        body();
-        return std::nullopt;
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return "unknown exception";
-    }
 }
 
 } // namespace

@@ -44,6 +44,8 @@ public:
     void stop();
     // A camera frame and its presentation time. Returns at once.
     void process(PixelBufferRef buffer, MediaTime pts);
+    // Runs a task on the state queue, between the hands of two frames.
+    void async(Task task) { _stateQueue.async(std::move(task)); }
     // Returns when everything asked of the feed before has been done and called back: offline
     // renders run in step with it. Not from the callback.
     void waitUntilIdle();

@@ -7,9 +7,9 @@
 
 namespace lanternfly::FrameChannel {
 
-inline constexpr const char* deviceLocalizedName = "Lanternfly";
+inline constexpr const char* deviceLocalizedName = identity::virtualCameraName;
 inline constexpr const char* deviceManufacturer = identity::manufacturer;
-inline constexpr const char* deviceModel = "Lanternfly Virtual Camera";
+inline constexpr const char* deviceModel = identity::virtualCameraModel;
 // The four-character code "BGRA".
 inline constexpr uint32_t pixelFormat = 0x42475241;
 inline constexpr int frameWidth = 1920;

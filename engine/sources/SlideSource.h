@@ -9,18 +9,12 @@
 #include <variant>
 #include <vector>
 
+#include "base/CallbackExecutor.h"
 #include "base/PixelBuffer.h"
-#include "base/SerialQueue.h"
 #include "base/Uuid.h"
 #include "gpu/Texture.h"
 
 namespace lanternfly {
-
-// Runs a task later on the host's slide thread: a queue, or a user interface's event loop.
-using CallbackExecutor = std::function<void(Task)>;
-inline CallbackExecutor executorOf(std::shared_ptr<SerialQueue> queue) {
-    return [queue = std::move(queue)](Task task) { queue->async(std::move(task)); };
-}
 
 class SlideTextureError : public std::runtime_error {
 public:

@@ -34,10 +34,11 @@ std::optional<Record> decoded(std::string_view bytes) {
     return record;
 }
 
-// Stores nothing when the record cannot be encoded.
+// Stores nothing when the record cannot be encoded. Returns whether it is stored.
 template <typename Record>
-void save(const Record& value, std::string_view key, DefaultsStore& store) {
-    if (const auto bytes = encoded(value)) store.set(key, *bytes);
+bool save(const Record& value, std::string_view key, DefaultsStore& store) {
+    const auto bytes = encoded(value);
+    return bytes && store.set(key, *bytes);
 }
 
 // The fallback when nothing is stored or it cannot be decoded; what is stored stays.

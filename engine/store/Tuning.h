@@ -41,7 +41,10 @@ public:
         observers.notify();
     }
 
-    void saveAsDefault() const { PersistedTuningStore::save(snapshot(), userDefaultsKey, _store); }
+    // Returns whether it is stored.
+    bool saveAsDefault() const {
+        return PersistedTuningStore::save(snapshot(), userDefaultsKey, _store);
+    }
     // Back to the user's saved record if there is one, else to the built-in one.
     void reset() {
         const auto config = PersistedTuningStore::savedOrDefaults<Record>(_store);

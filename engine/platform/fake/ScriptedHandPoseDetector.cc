@@ -7,34 +7,8 @@ void HandPoseScript::add(Answer answer) {
     _answers.push_back(std::make_unique<const Answer>(std::move(answer)));
 }
 
-void HandPoseScript::hold() {
-    const std::lock_guard guard(_mutex);
-    _isHolding = true;
-}
-
-void HandPoseScript::release() {
-    const std::lock_guard guard(_mutex);
-    _isHolding = false;
-    _changed.notify_all();
-}
-
-void HandPoseScript::waitUntilHeld() {
-    std::unique_lock lock(_mutex);
-    _changed.wait(lock, [&] { return _heldCount > 0; });
-}
-
-std::vector<HandPoseScript::Picture> HandPoseScript::pictures() const {
-    const std::lock_guard guard(_mutex);
-    return _pictures;
-}
-
 const HandPoseScript::Answer* HandPoseScript::next(const PixelBuffer& picture, size_t index) {
-    std::unique_lock lock(_mutex);
-    _pictures.push_back({picture.width(), picture.height(), picture.format()});
-    ++_heldCount;
-    _changed.notify_all();
-    _changed.wait(lock, [&] { return !_isHolding; });
-    --_heldCount;
+    const auto lock = show(picture);
     return index < _answers.size() ? _answers[index].get() : nullptr;
 }
 

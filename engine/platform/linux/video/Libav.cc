@@ -10,6 +10,7 @@ namespace {
 constexpr const char* containers = "mov,matroska,webm,avi,mpegts,mpeg,flv,ogg,asf,nut,mxf,"
                                    "yuv4mpegpipe,h264,hevc,mjpeg,wav,mp3,aac,"
                                    "flac";
+constexpr const char* pictures = "image2,jpeg_pipe,png_pipe,webp_pipe";
 
 } // namespace
 
@@ -23,16 +24,20 @@ void silence() {
     av_log_set_level(AV_LOG_QUIET);
 }
 
-Input openInput(const std::filesystem::path& file) {
+Input openInput(const std::filesystem::path& file, Content content) {
     silence();
+    const bool isVideo = content == Content::video;
     std::error_code failure;
     if (std::filesystem::is_directory(file, failure))
         throw VideoError(VideoError::Kind::notAVideo,
-                         fmt::format("{} is a folder: name a video file", file.string()));
+                         fmt::format("{} is a folder: name a {} file", file.string(),
+                                     isVideo ? "video" : "picture"));
 
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
-    av_dict_set(&options, "format_whitelist", containers, 0);
+    av_dict_set(&options, "format_whitelist", isVideo ? containers : pictures, 0);
+    // A name such as "%03d.png" is one file's, not that of a row of files.
+    if (!isVideo) av_dict_set(&options, "pattern_type", "none", 0);
     AVFormatContext* context = nullptr;
     // The prefix keeps a name such as "http:x" a file's name.
     const int opened =
@@ -41,6 +46,10 @@ Input openInput(const std::filesystem::path& file) {
     if (opened == AVERROR(ENOENT) || opened == AVERROR(EACCES) || opened == AVERROR(EPERM))
         throw VideoError(VideoError::Kind::notFound,
                          fmt::format("cannot read {}: {}; check the path and your rights to it",
+                                     file.string(), errorText(opened)));
+    if (opened < 0 && !isVideo)
+        throw VideoError(VideoError::Kind::notAVideo,
+                         fmt::format("cannot read {}: it is no JPEG, PNG or WebP picture ({})",
                                      file.string(), errorText(opened)));
     if (opened < 0)
         throw VideoError(

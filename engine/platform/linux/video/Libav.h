@@ -44,8 +44,9 @@ std::string errorText(int code);
 void silence();
 
 // Opens a local file for demuxing with its streams probed. Only containers that hold one recording
-// are accepted: a play list could name other files or hosts. Throws VideoError.
-Input openInput(const std::filesystem::path& file);
+// or one picture are accepted: a play list could name other files or hosts. Throws VideoError.
+enum class Content { video, picture };
+Input openInput(const std::filesystem::path& file, Content content = Content::video);
 
 // The container's start, in AV_TIME_BASE units: times of all its streams count from here.
 int64_t startMicros(const AVFormatContext& input);

@@ -42,7 +42,20 @@ VideoRate rateOf(const AVStream& stream) {
 
 std::unique_ptr<VideoFileReader> VideoFileReader::open(const std::filesystem::path& file,
                                                        int maxFramesOut) {
-    auto input = libav::openInput(file);
+    return open(file, libav::Content::video, maxFramesOut);
+}
+
+PixelBufferRef VideoFileReader::picture(const std::filesystem::path& file) {
+    const auto frame = open(file, libav::Content::picture, 1)->next();
+    if (!frame)
+        throw VideoError(VideoError::Kind::noPicture,
+                         fmt::format("{} holds no picture that can be read", file.string()));
+    return frame->picture;
+}
+
+std::unique_ptr<VideoFileReader> VideoFileReader::open(const std::filesystem::path& file,
+                                                       libav::Content content, int maxFramesOut) {
+    auto input = libav::openInput(file, content);
     const int index = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (index < 0 || (input->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
         throw VideoError(

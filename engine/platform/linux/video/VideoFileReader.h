@@ -17,12 +17,16 @@ public:
     // Throws VideoError.
     static std::unique_ptr<VideoFileReader> open(const std::filesystem::path& file,
                                                  int maxFramesOut = 16);
+    // A single picture: JPEG, PNG or WebP. Throws VideoError.
+    static PixelBufferRef picture(const std::filesystem::path& file);
 
     const VideoInfo& info() const override { return _info; }
     std::optional<VideoFrame> next() override;
     std::string damage() const override;
 
 private:
+    static std::unique_ptr<VideoFileReader> open(const std::filesystem::path& file,
+                                                 libav::Content content, int maxFramesOut);
     VideoFileReader(std::filesystem::path file, libav::Input input, int stream,
                     libav::Codec decoder, int maxFramesOut);
     bool feedDecoder();

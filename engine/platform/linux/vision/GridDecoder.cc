@@ -7,47 +7,52 @@
 namespace lanternfly {
 namespace {
 
-constexpr double unitSidePX = 64;
+constexpr double unitHandPX = 64, unitFacePX = 48;
 constexpr double lowestLogSide = -3, highestLogSide = 2.5;
-// Two candidates closer than this part of the larger one's side are one hand.
-constexpr double separation = 0.35;
+// Two candidates closer than this part of the larger one's side are one hand, or one face.
+constexpr double handSeparation = 0.35, faceSeparation = 0.4;
+constexpr size_t firstHandChannel = 0, handChannels = 6;
+constexpr size_t firstFaceChannel = 6, faceChannels = 5;
 
 double sigmoid(double logit) {
     return 1 / (1 + std::exp(-std::clamp(logit, -30.0, 30.0)));
 }
 
-class Grid {
+// The channels of one kind of thing: its score first, then the offset of its centre.
+class Maps {
 public:
-    explicit Grid(std::span<const float> values) : _values(values) {}
+    Maps(const DetectorGrid& grid, size_t first, size_t count)
+        : _grid(grid), _first(first), _count(count) {
+        assert(grid.values.size() == DetectorGrid::channels * grid.cells());
+    }
     double at(size_t channel, int x, int y) const {
-        return static_cast<double>(
-            _values[channel * HandGrid::cells + static_cast<size_t>(y * HandGrid::columns + x)]);
+        return static_cast<double>(_grid.values[(_first + channel) * _grid.cells() +
+                                                static_cast<size_t>(y * _grid.columns + x)]);
     }
     bool isPeak(int x, int y) const {
         const double own = sigmoid(at(0, x, y));
-        for (int v = std::max(0, y - 1); v <= std::min(HandGrid::rows - 1, y + 1); ++v)
-            for (int u = std::max(0, x - 1); u <= std::min(HandGrid::columns - 1, x + 1); ++u)
+        for (int v = std::max(0, y - 1); v <= std::min(_grid.rows - 1, y + 1); ++v)
+            for (int u = std::max(0, x - 1); u <= std::min(_grid.columns - 1, x + 1); ++u)
                 // Equal neighbours are both peaks; the separation test keeps one.
                 if (sigmoid(at(0, u, v)) - 1e-6 > own) return false;
         return true;
     }
     bool isFinite(int x, int y) const {
-        for (size_t channel = 0; channel < 6; ++channel)
+        for (size_t channel = 0; channel < _count; ++channel)
             if (!std::isfinite(at(channel, x, y))) return false;
         return true;
     }
-    // In pixels of the network's input.
-    HandCandidate candidate(int x, int y) const {
-        const double logSide = std::clamp(at(3, x, y), lowestLogSide, highestLogSide);
-        return {.score = sigmoid(at(0, x, y)),
-                .crop = {.centre = {(x + at(1, x, y) + 0.5) * HandGrid::stridePX,
-                                    (y + at(2, x, y) + 0.5) * HandGrid::stridePX},
-                         .sidePX = unitSidePX * std::exp(logSide),
-                         .angleRad = std::atan2(at(4, x, y), -at(5, x, y))}};
+    double2 centre(int x, int y) const {
+        return double2{x + at(1, x, y) + 0.5, y + at(2, x, y) + 0.5} *
+               static_cast<double>(_grid.stridePX);
+    }
+    double side(size_t channel, double unitPX, int x, int y) const {
+        return unitPX * std::exp(std::clamp(at(channel, x, y), lowestLogSide, highestLogSide));
     }
 
 private:
-    std::span<const float> _values;
+    const DetectorGrid& _grid;
+    size_t _first, _count;
 };
 
 struct Peak {
@@ -55,53 +60,93 @@ struct Peak {
     int x = 0, y = 0;
 };
 
-} // namespace
+// Peaks are few; should a picture be full of them, the best of the list's length remain.
+using Peaks = Candidates<Peak, 64>;
 
-Letterbox Letterbox::fitting(int pictureWidthPX, int pictureHeightPX) {
-    const double scale = std::min(inputWidthPX / static_cast<double>(pictureWidthPX),
-                                  inputHeightPX / static_cast<double>(pictureHeightPX));
-    const double width = pictureWidthPX * scale, height = pictureHeightPX * scale;
-    return {.scale = scale,
-            .left = static_cast<int>((inputWidthPX - width) / 2),
-            .top = static_cast<int>((inputHeightPX - height) / 2),
-            .widthPX = std::clamp(static_cast<int>(std::lround(width)), 1, inputWidthPX),
-            .heightPX = std::clamp(static_cast<int>(std::lround(height)), 1, inputHeightPX)};
+Peaks peaksOf(const DetectorGrid& grid, const Maps& maps, double threshold) {
+    Peaks peaks;
+    for (int y = 0; y < grid.rows; ++y)
+        for (int x = 0; x < grid.columns; ++x) {
+            if (!maps.isFinite(x, y)) continue;
+            const Peak peak{sigmoid(maps.at(0, x, y)), x, y};
+            if (peak.score <= threshold || !maps.isPeak(x, y)) continue;
+            size_t place = peaks.count < Peaks::capacity ? peaks.count++ : Peaks::capacity;
+            for (; place > 0 && peaks.items[place - 1].score < peak.score; --place)
+                if (place < Peaks::capacity) peaks.items[place] = peaks.items[place - 1];
+            if (place < Peaks::capacity) peaks.items[place] = peak;
+        }
+    return peaks;
 }
 
-HandCandidates decodeHands(std::span<const float> values, const Letterbox& letterbox,
-                           double threshold) {
-    assert(values.size() == HandGrid::valueCount);
-    const Grid grid(values);
-
-    // Peaks are few; should a picture be full of them, the best of the list's length remain.
-    std::array<Peak, 64> peaks;
-    size_t peakCount = 0;
-    for (int y = 0; y < HandGrid::rows; ++y)
-        for (int x = 0; x < HandGrid::columns; ++x) {
-            if (!grid.isFinite(x, y)) continue;
-            const Peak peak{sigmoid(grid.at(0, x, y)), x, y};
-            if (peak.score <= threshold || !grid.isPeak(x, y)) continue;
-            size_t place = peakCount < peaks.size() ? peakCount++ : peaks.size();
-            for (; place > 0 && peaks[place - 1].score < peak.score; --place)
-                if (place < peaks.size()) peaks[place] = peaks[place - 1];
-            if (place < peaks.size()) peaks[place] = peak;
-        }
-
-    HandCandidates found;
-    for (size_t i = 0; i < peakCount && found.count < HandCandidates::capacity; ++i) {
-        const HandCandidate next = grid.candidate(peaks[i].x, peaks[i].y);
-        const auto near = [&](const HandCandidate& kept) {
-            return glm::distance(kept.crop.centre, next.crop.centre) <=
-                   separation * std::max(kept.crop.sidePX, next.crop.sidePX);
-        };
-        if (std::none_of(found.items.begin(), found.items.begin() + static_cast<long>(found.count),
-                         near))
+// The candidates at the peaks, in pixels of the network's input, each away from every better one.
+template <typename List, typename CandidateAt, typename IsNear>
+List separated(const Peaks& peaks, CandidateAt&& candidateAt, IsNear&& isNear) {
+    List found;
+    for (const Peak& peak : peaks.all()) {
+        if (found.count == List::capacity) break;
+        const auto next = candidateAt(peak);
+        const auto kept = found.all();
+        if (std::none_of(kept.begin(), kept.end(),
+                         [&](const auto& better) { return isNear(better, next); }))
             found.items[found.count++] = next;
     }
+    return found;
+}
+
+} // namespace
+
+Letterbox Letterbox::fitting(int2 pictureSizePX, int2 inputSizePX) {
+    const double2 picture(pictureSizePX), input(inputSizePX);
+    const double scale = std::min(input.x / picture.x, input.y / picture.y);
+    const double2 size = picture * scale;
+    return {.scale = scale,
+            .left = static_cast<int>((input.x - size.x) / 2),
+            .top = static_cast<int>((input.y - size.y) / 2),
+            .widthPX = std::clamp(static_cast<int>(std::lround(size.x)), 1, inputSizePX.x),
+            .heightPX = std::clamp(static_cast<int>(std::lround(size.y)), 1, inputSizePX.y)};
+}
+
+HandCandidates decodeHands(const DetectorGrid& grid, const Letterbox& letterbox, double threshold) {
+    const Maps maps(grid, firstHandChannel, handChannels);
+    auto found = separated<HandCandidates>(
+        peaksOf(grid, maps, threshold),
+        [&](const Peak& peak) {
+            return HandCandidate{.score = peak.score,
+                                 .crop = {.centre = maps.centre(peak.x, peak.y),
+                                          .sidePX = maps.side(3, unitHandPX, peak.x, peak.y),
+                                          .angleRad = std::atan2(maps.at(4, peak.x, peak.y),
+                                                                 -maps.at(5, peak.x, peak.y))}};
+        },
+        [](const HandCandidate& a, const HandCandidate& b) {
+            return glm::distance(a.crop.centre, b.crop.centre) <=
+                   handSeparation * std::max(a.crop.sidePX, b.crop.sidePX);
+        });
     for (size_t i = 0; i < found.count; ++i) {
         HandCrop& crop = found.items[i].crop;
         crop.centre = (crop.centre - double2{letterbox.left, letterbox.top}) / letterbox.scale;
         crop.sidePX /= letterbox.scale;
+    }
+    return found;
+}
+
+FaceCandidates decodeFaces(const DetectorGrid& grid, const Letterbox& letterbox, double threshold) {
+    const Maps maps(grid, firstFaceChannel, faceChannels);
+    auto found = separated<FaceCandidates>(
+        peaksOf(grid, maps, threshold),
+        [&](const Peak& peak) {
+            return FaceCandidate{.score = peak.score,
+                                 .centre = maps.centre(peak.x, peak.y),
+                                 .size = {maps.side(3, unitFacePX, peak.x, peak.y),
+                                          maps.side(4, unitFacePX, peak.x, peak.y)}};
+        },
+        [](const FaceCandidate& a, const FaceCandidate& b) {
+            return glm::distance(a.centre, b.centre) <=
+                   faceSeparation * std::max({a.size.x, a.size.y, b.size.x, b.size.y});
+        });
+    for (size_t i = 0; i < found.count; ++i) {
+        FaceCandidate& face = found.items[i];
+        face.centre = (face.centre - double2{letterbox.left, letterbox.top}) / letterbox.scale;
+        face.size /= letterbox.scale;
     }
     return found;
 }

@@ -6,8 +6,8 @@
 
 namespace lanternfly {
 
-// The installed folder when it holds both networks, else the source tree's: so that a program
-// works before it is installed.
+// The installed folder when it holds a model's description, else the source tree's: so that a
+// program works before it is installed.
 std::filesystem::path defaultHandModelFolder();
 
 } // namespace lanternfly

@@ -2,23 +2,20 @@
 // Threads: bound; loading may take tens of milliseconds, a look 3 to 9.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 
 #include "base/PixelBuffer.h"
+#include "platform/linux/vision/HandModel.h"
 #include "platform/linux/vision/HandSight.h"
 
 namespace lanternfly {
 
 class HandNetworks final : public HandSight {
 public:
-    static constexpr const char* detectorFile = "hand_detector.onnx";
-    static constexpr const char* landmarksFile = "hand_landmarks.onnx";
-
-    // Reads both networks from `folder` and runs each once, so that a network that cannot be read,
-    // has other inputs or outputs, or cannot be run is found here and not on a live picture.
+    // Reads both networks and runs each once, so that a network that cannot be read, has other
+    // inputs or outputs, or cannot be run is found here and not on a live picture.
     // Throws HandPoseError(modelUnreadable) with a sentence that names the file.
-    explicit HandNetworks(const std::filesystem::path& folder);
+    explicit HandNetworks(const HandModel& model);
     ~HandNetworks() override;
 
     // The picture that the following calls look at: upright BGRA, borrowed until the next one.
@@ -27,7 +24,7 @@ public:
     int widthPX() const override;
     int heightPX() const override;
     // Both throw HandPoseError(detectionFailed).
-    HandCandidates findHands(double threshold) override;
+    Sighting search(double handThreshold) override;
     HandReading read(const HandCrop& crop, const JointPrior* prior) override;
 
 private:

@@ -29,13 +29,19 @@ struct JointPrior {
     std::array<double, handJointCount> weights{};
 };
 
+// One look of the detector network at the whole picture.
+struct Sighting {
+    HandCandidates hands;
+    FaceCandidates faces;
+};
+
 class HandSight {
 public:
     virtual ~HandSight() = default;
     virtual int widthPX() const = 0;
     virtual int heightPX() const = 0;
-    // Looks at the whole picture for hands with a score above `threshold` (0…1).
-    virtual HandCandidates findHands(double threshold) = 0;
+    // Looks at the whole picture for hands with a score above `handThreshold` (0…1), and for faces.
+    virtual Sighting search(double handThreshold) = 0;
     // Reads the joints inside a crop; `prior` may be null.
     virtual HandReading read(const HandCrop& crop, const JointPrior* prior) = 0;
 };

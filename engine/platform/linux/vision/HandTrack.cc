@@ -20,21 +20,22 @@ constexpr double leastProbability = 0.02;
 constexpr std::array palm{HandJoint::wrist, HandJoint::indexMCP, HandJoint::middleMCP,
                           HandJoint::ringMCP, HandJoint::littleMCP};
 
-double2 palmMotion(const JointPositions& from, const JointPositions& to) {
+double2 palmMiddle(const JointPositions& joints) {
     double2 sum{0, 0};
     for (const HandJoint joint : palm)
-        sum += to[index(joint)] - from[index(joint)];
+        sum += joints[index(joint)];
     return sum / static_cast<double>(palm.size());
 }
 
 } // namespace
 
-HandTrack::HandTrack(uint64_t id, const HandReading& first) : _id(id), _reading(first), _age(1) {
+HandTrack::HandTrack(uint64_t id, const HandReading& first, bool isOnFace)
+    : _id(id), _reading(first), _isOnFace(isOnFace), _age(1) {
     vote(first);
 }
 
 void HandTrack::update(const HandReading& reading) {
-    const double2 motion = palmMotion(_reading.joints, reading.joints);
+    const double2 motion = palmMiddle(reading.joints) - palmMiddle(_reading.joints);
     // The first motion is known only by half.
     const double2 kept = _age > 1 ? _velocityPX * (1 - velocitySmoothing) : double2{0, 0};
     _velocityPX = kept + motion * velocitySmoothing;
@@ -80,6 +81,11 @@ bool isSameHand(const HandTrack& a, const HandTrack& b) {
 bool isOn(const HandTrack& track, const HandCandidate& candidate) {
     const JointPositions& joints = track.reading().joints;
     return glm::distance(candidate.crop.centre, centroid(joints)) < 0.6 * sizePX(joints);
+}
+
+bool isPalmOn(const FaceCandidate& face, const JointPositions& joints) {
+    const double2 distance = glm::abs(palmMiddle(joints) - face.centre);
+    return distance.x <= face.size.x / 2 && distance.y <= face.size.y / 2;
 }
 
 } // namespace lanternfly

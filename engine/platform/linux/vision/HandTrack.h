@@ -11,7 +11,8 @@ namespace lanternfly {
 class HandTrack {
 public:
     HandTrack() = default;
-    HandTrack(uint64_t id, const HandReading& first);
+    // A hand that appears on a face needs both proofs.
+    HandTrack(uint64_t id, const HandReading& first, bool isOnFace);
 
     uint64_t id() const { return _id; }
     const HandReading& reading() const { return _reading; }
@@ -24,6 +25,15 @@ public:
     JointPositions predicted() const;
     // The prediction with a weight by the last confidence of each joint.
     JointPrior prior() const;
+
+    // Once the joints were read with confidence, or the detector was sure of it: a hand, not
+    // something that reminds of one.
+    void proveByReading() { _isProvenByReading = true; }
+    void proveBySight() { _isProvenBySight = true; }
+    bool isProven() const {
+        return _isOnFace ? _isProvenByReading && _isProvenBySight
+                         : _isProvenByReading || _isProvenBySight;
+    }
 
     // Leaky sum of the log-odds of being a right hand; positive is right.
     double chiralityVote() const { return _chiralityVote; }
@@ -41,6 +51,9 @@ private:
 
     uint64_t _id = 0;
     HandReading _reading;
+    bool _isOnFace = false;
+    bool _isProvenByReading = false;
+    bool _isProvenBySight = false;
     int _age = 0;
     int _weakCount = 0;
     int _unsupportedCount = 0;
@@ -52,5 +65,7 @@ private:
 bool isSameHand(const HandTrack& a, const HandTrack& b);
 // Whether a detector candidate lies on a tracked hand.
 bool isOn(const HandTrack& track, const HandCandidate& candidate);
+// Whether the middle of the palm lies on a face.
+bool isPalmOn(const FaceCandidate& face, const JointPositions& joints);
 
 } // namespace lanternfly

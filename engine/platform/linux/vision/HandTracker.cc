@@ -44,10 +44,11 @@ void HandTracker::follow(HandSight& picture) {
     followAll(picture);
     dropDuplicate();
     if (shouldSearch()) {
-        const HandCandidates found = picture.findHands(_limits.supportScore);
-        dropUnsupported(found);
-        for (const HandCandidate& candidate : found.all())
-            if (candidate.score > _limits.detectorScore) adopt(picture, candidate);
+        const Sighting seen = picture.search(_limits.supportScore);
+        dropUnsupported(seen.hands);
+        for (const HandCandidate& candidate : seen.hands.all())
+            if (candidate.score > _limits.detectorScore) adopt(picture, candidate, seen.faces);
+        proveBySight(seen.hands);
     }
     ++_pictureCount;
     settleChirality();
@@ -68,6 +69,7 @@ bool HandTracker::keepFollowing(HandSight& picture, HandTrack& hand) const {
                         reading.meanConfidence() < _limits.leaveConfidence;
     if (hand.countWeak(isWeak) >= _limits.leavePictures) return false;
     hand.update(reading);
+    if (reading.meanConfidence() >= _limits.provenConfidence) hand.proveByReading();
     return true;
 }
 
@@ -86,6 +88,11 @@ bool HandTracker::shouldSearch() const {
     if (_count == 0) return true;
     if (_count < _hands.size() && everyNth(_limits.searchInterval)) return true;
     const auto tracked = hands();
+    // One that may be none must not keep the detector from a real one.
+    if (everyNth(_limits.searchInterval) &&
+        std::any_of(tracked.begin(), tracked.end(),
+                    [](const HandTrack& hand) { return !hand.isProven(); }))
+        return true;
     return everyNth(2 * _limits.searchInterval) &&
            std::any_of(tracked.begin(), tracked.end(),
                        [this](const HandTrack& hand) { return isDoubtful(hand); });
@@ -102,9 +109,20 @@ void HandTracker::dropUnsupported(const HandCandidates& found) {
     });
 }
 
-void HandTracker::adopt(HandSight& picture, const HandCandidate& candidate) {
-    if (_count == _hands.size()) return;
+void HandTracker::proveBySight(const HandCandidates& found) {
+    for (size_t i = 0; i < _count; ++i)
+        for (const HandCandidate& candidate : found.all())
+            if (candidate.score >= _limits.provenScore && isOn(_hands[i], candidate))
+                _hands[i].proveBySight();
+}
+
+void HandTracker::adopt(HandSight& picture, const HandCandidate& candidate,
+                        const FaceCandidates& faces) {
     const auto tracked = hands();
+    const bool isFull = _count == _hands.size();
+    if (isFull && std::all_of(tracked.begin(), tracked.end(),
+                              [](const HandTrack& hand) { return hand.isProven(); }))
+        return;
     if (std::any_of(tracked.begin(), tracked.end(),
                     [&](const HandTrack& hand) { return isOn(hand, candidate); }))
         return;
@@ -119,12 +137,32 @@ void HandTracker::adopt(HandSight& picture, const HandCandidate& candidate) {
     if (!isNumeric(second) || second.presence < _limits.enterPresence ||
         second.meanConfidence() < _limits.enterConfidence)
         return;
-    const HandTrack hand(_nextId, second);
+    const auto all = faces.all();
+    const bool isOnFace = std::any_of(all.begin(), all.end(), [&](const FaceCandidate& face) {
+        return isPalmOn(face, second.joints);
+    });
+    HandTrack hand(_nextId, second, isOnFace);
+    if (second.meanConfidence() >= _limits.provenConfidence) hand.proveByReading();
+    if (candidate.score >= _limits.provenScore) hand.proveBySight();
     if (std::any_of(tracked.begin(), tracked.end(),
                     [&](const HandTrack& other) { return isSameHand(hand, other); }))
         return;
-    ++_nextId;
-    _hands[_count++] = hand;
+    if (HandTrack* place = placeFor(hand)) {
+        ++_nextId;
+        *place = hand;
+    }
+}
+
+// A free place, or that of a hand that was never proven when this one is.
+HandTrack* HandTracker::placeFor(const HandTrack& hand) {
+    if (_count < _hands.size()) return &_hands[_count++];
+    if (!hand.isProven()) return nullptr;
+    const auto unproven = std::find_if(_hands.begin(), _hands.end(),
+                                       [](const HandTrack& other) { return !other.isProven(); });
+    if (unproven == _hands.end()) return nullptr;
+    // The oldest hand stays first.
+    std::rotate(unproven, unproven + 1, _hands.end());
+    return &_hands.back();
 }
 
 // The hands are one person's, a left and a right one: of two alike the clearly weaker vote yields.

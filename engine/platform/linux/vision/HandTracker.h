@@ -22,7 +22,11 @@ public:
         double firstLookPresence = 0.4;
         double enterPresence = 0.6;
         double enterConfidence = 0.5;
-        int confirmPictures = 2; // it is reported from this picture on
+        // It is reported from this picture on, and not before one proof: a reading of this mean
+        // confidence, or a look of the detector with this score.
+        int confirmPictures = 2;
+        double provenConfidence = 0.7;
+        double provenScore = 0.55;
 
         // A tracked hand goes after so many weak pictures in a row, at once below `noPresence`.
         double leavePresence = 0.35;
@@ -48,7 +52,9 @@ public:
 
     // Tracked hands, the oldest first. A hand counts once isConfirmed() holds for it.
     std::span<const HandTrack> hands() const { return {_hands.data(), _count}; }
-    bool isConfirmed(const HandTrack& hand) const { return hand.age() >= _limits.confirmPictures; }
+    bool isConfirmed(const HandTrack& hand) const {
+        return hand.age() >= _limits.confirmPictures && hand.isProven();
+    }
 
 private:
     bool keepFollowing(HandSight& picture, HandTrack& hand) const;
@@ -57,7 +63,9 @@ private:
     bool isDoubtful(const HandTrack& hand) const;
     bool shouldSearch() const;
     void dropUnsupported(const HandCandidates& found);
-    void adopt(HandSight& picture, const HandCandidate& candidate);
+    void proveBySight(const HandCandidates& found);
+    void adopt(HandSight& picture, const HandCandidate& candidate, const FaceCandidates& faces);
+    HandTrack* placeFor(const HandTrack& hand);
     void settleChirality();
     template <typename Predicate>
     void dropIf(Predicate&& predicate);

@@ -10,7 +10,6 @@
 namespace lanternfly {
 namespace {
 
-constexpr int side = HeatmapDecoder::mapSide;
 constexpr int windowRadius = 3;
 
 // The prior is wide and capped: it decides between peaks and never outweighs clear evidence.
@@ -21,14 +20,6 @@ constexpr int sameSpotCells = 2;
 constexpr int ownPeakRadius = 4;
 constexpr int otherTipRadius = 3;
 constexpr float secondPeakMass = 0.25f;
-
-struct Cell {
-    int x = 0, y = 0;
-};
-
-Cell cellAt(size_t offset) {
-    return {static_cast<int>(offset % side), static_cast<int>(offset / side)};
-}
 
 void softMax(std::span<const float> logits, std::span<float> probability) {
     const float top = *std::max_element(logits.begin(), logits.end());
@@ -42,15 +33,12 @@ void softMax(std::span<const float> logits, std::span<float> probability) {
         p *= scale;
 }
 
-Cell peak(std::span<const float> values) {
-    return cellAt(
-        static_cast<size_t>(std::max_element(values.begin(), values.end()) - values.begin()));
-}
+} // namespace
 
 // How much the prior speaks against each cell.
-class PriorCost {
+class HeatmapDecoder::PriorCost {
 public:
-    explicit PriorCost(const ExpectedJoint& expected) : _weight(expected.weight) {
+    PriorCost(const ExpectedJoint& expected, int side) : _weight(expected.weight) {
         for (int i = 0; i < side; ++i) {
             const double cell = (i + 0.5) / side;
             const double dx = (cell - expected.position.x) / priorSigma;
@@ -59,49 +47,64 @@ public:
             _y[static_cast<size_t>(i)] = 0.5 * dy * dy;
         }
     }
-    double nats(size_t offset) const {
-        return std::min(_x[offset % side] + _y[offset / side], priorCapNats) * _weight;
+    double nats(Cell cell) const {
+        return std::min(_x[static_cast<size_t>(cell.x)] + _y[static_cast<size_t>(cell.y)],
+                        priorCapNats) *
+               _weight;
     }
 
 private:
     double _weight;
-    std::array<double, side> _x, _y;
+    std::array<double, largestMapSide> _x, _y;
 };
 
-Cell expectedPeak(std::span<const float> logits, const ExpectedJoint& expected) {
-    const PriorCost cost(expected);
-    size_t best = 0;
-    double bestValue = -HUGE_VAL;
-    for (size_t i = 0; i < logits.size(); ++i) {
-        const double value = static_cast<double>(logits[i]) - cost.nats(i);
-        if (value > bestValue) {
-            bestValue = value;
-            best = i;
-        }
-    }
-    return cellAt(best);
+HeatmapDecoder::HeatmapDecoder(int mapSide, const JointOrder& order)
+    : _side(std::clamp(mapSide, 1, largestMapSide)), _probability(handJointCount * cellsPerMap()) {
+    for (size_t map = 0; map < order.size(); ++map)
+        _mapOfJoint[index(order[map])] = map;
 }
 
-struct SecondPeak {
-    double mass = 0;
-    Cell cell;
-};
+HeatmapDecoder::Cell HeatmapDecoder::cellAt(size_t offset) const {
+    const auto side = static_cast<size_t>(_side);
+    return {static_cast<int>(offset % side), static_cast<int>(offset / side)};
+}
 
-bool areWithin(Cell a, Cell b, int cells) {
+bool HeatmapDecoder::areWithin(Cell a, Cell b, int cells) {
     return std::max(std::abs(a.x - b.x), std::abs(a.y - b.y)) <= cells;
+}
+
+HeatmapDecoder::Cell HeatmapDecoder::peak(std::span<const float> logits,
+                                          const ExpectedJoint* expected) const {
+    if (!expected || expected->weight <= 0)
+        return cellAt(
+            static_cast<size_t>(std::max_element(logits.begin(), logits.end()) - logits.begin()));
+    const PriorCost cost(*expected, _side);
+    Cell best;
+    double bestValue = -HUGE_VAL;
+    size_t offset = 0;
+    for (Cell cell; cell.y < _side; ++cell.y)
+        for (cell.x = 0; cell.x < _side; ++cell.x) {
+            const double value = static_cast<double>(logits[offset++]) - cost.nats(cell);
+            if (value > bestValue) {
+                bestValue = value;
+                best = cell;
+            }
+        }
+    return best;
 }
 
 // The mass beyond the first peak, lessened where the prior speaks against it: a hand that pinched a
 // picture ago does not open at once because another finger looks a little like the missing tip.
-SecondPeak secondPeak(std::span<const float> probability, Cell first,
-                      const ExpectedJoint& expected) {
-    const PriorCost cost(expected);
+HeatmapDecoder::SecondPeak HeatmapDecoder::secondPeak(std::span<const float> probability,
+                                                      Cell first,
+                                                      const ExpectedJoint& expected) const {
+    const PriorCost cost(expected, _side);
     SecondPeak second;
     double highest = -1;
     for (size_t i = 0; i < probability.size(); ++i) {
         const Cell cell = cellAt(i);
         if (areWithin(cell, first, ownPeakRadius)) continue;
-        const double p = static_cast<double>(probability[i]) * std::exp(-cost.nats(i));
+        const double p = static_cast<double>(probability[i]) * std::exp(-cost.nats(cell));
         second.mass += p;
         if (p > highest) {
             highest = p;
@@ -111,16 +114,16 @@ SecondPeak secondPeak(std::span<const float> probability, Cell first,
     return second;
 }
 
-DecodedJoint readAround(Cell centre, std::span<const float> probability) {
+DecodedJoint HeatmapDecoder::readAround(Cell centre, std::span<const float> probability) const {
     double mass = 0, x = 0, y = 0;
     const int left = std::max(0, centre.x - windowRadius);
-    const int right = std::min(side - 1, centre.x + windowRadius);
+    const int right = std::min(_side - 1, centre.x + windowRadius);
     const int top = std::max(0, centre.y - windowRadius);
-    const int bottom = std::min(side - 1, centre.y + windowRadius);
+    const int bottom = std::min(_side - 1, centre.y + windowRadius);
     for (int row = top; row <= bottom; ++row)
         for (int column = left; column <= right; ++column) {
             const double p =
-                static_cast<double>(probability[static_cast<size_t>(row * side + column)]);
+                static_cast<double>(probability[static_cast<size_t>(row * _side + column)]);
             mass += p;
             x += p * (column - centre.x);
             y += p * (row - centre.y);
@@ -128,20 +131,18 @@ DecodedJoint readAround(Cell centre, std::span<const float> probability) {
     // A window without any probability says nothing about where inside it the joint is.
     const double2 offset = mass > 0 ? double2{x, y} / mass : double2{0, 0};
     return {.position =
-                (double2{centre.x + 0.5, centre.y + 0.5} + offset) / static_cast<double>(side),
+                (double2{centre.x + 0.5, centre.y + 0.5} + offset) / static_cast<double>(_side),
             .confidence = static_cast<float>(std::min(mass, 1.0))};
 }
 
-} // namespace
-
 void HeatmapDecoder::decode(std::span<const float> logits, const Expectation* expected,
                             Joints& joints) {
-    assert(logits.size() == logitCount);
+    assert(logits.size() == logitCount());
     std::array<Cell, handJointCount> cells;
     for (size_t joint = 0; joint < handJointCount; ++joint) {
-        const auto map = logits.subspan(joint * cellsPerMap, cellsPerMap);
+        const auto map = logits.subspan(_mapOfJoint[joint] * cellsPerMap(), cellsPerMap());
         softMax(map, probability(joint));
-        cells[joint] = expected ? expectedPeak(map, (*expected)[joint]) : peak(map);
+        cells[joint] = peak(map, expected ? &(*expected)[joint] : nullptr);
     }
 
     Cell& thumb = cells[index(HandJoint::thumbTip)];

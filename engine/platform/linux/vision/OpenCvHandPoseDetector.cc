@@ -49,7 +49,7 @@ void OpenCvHandPoseDetector::load() {
     if (_loadError) throw HandPoseError(*_loadError);
     if (_networks) return;
     try {
-        _networks = std::make_unique<HandNetworks>(_modelFolder);
+        _networks = std::make_unique<HandNetworks>(HandModel::read(_modelFolder));
     } catch (const HandPoseError& error) {
         _loadError.emplace(error);
         throw;

@@ -29,6 +29,9 @@ public:
     // same error. Throws HandPoseError(detectionFailed) for a picture that is not BGRA.
     void detect(const PixelBuffer& picture, std::vector<HandObservation>& hands) override;
 
+    // Forgets all hands: the next picture has nothing to do with the last one.
+    void startAnew() { _tracker.reset(); }
+
 private:
     void load();
     const PixelBuffer& scaledToWorkingSize(const PixelBuffer& picture);

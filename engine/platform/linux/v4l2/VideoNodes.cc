@@ -1,0 +1,151 @@
+#include "platform/linux/v4l2/VideoNodes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include <libudev.h>
+#include <linux/videodev2.h>
+
+namespace lanternfly::v4l2 {
+namespace {
+
+struct UdevUnref {
+    void operator()(udev* context) const { udev_unref(context); }
+    void operator()(udev_device* device) const { udev_device_unref(device); }
+    void operator()(udev_enumerate* list) const { udev_enumerate_unref(list); }
+};
+template <typename Object>
+using UdevPointer = std::unique_ptr<Object, UdevUnref>;
+
+std::string textOf(const char* text) {
+    return text ? text : "";
+}
+
+template <size_t count>
+std::string textOf(const unsigned char (&text)[count]) {
+    const auto* characters = reinterpret_cast<const char*>(text);
+    return {characters, ::strnlen(characters, count)};
+}
+
+// The name of the link to a node in a folder of links; empty when there is none.
+std::string linkIn(const std::filesystem::path& folder, const std::filesystem::path& node) {
+    std::error_code ignored;
+    for (const auto& link : std::filesystem::directory_iterator(folder, ignored))
+        if (std::filesystem::read_symlink(link, ignored).filename() == node.filename())
+            return link.path().filename().string();
+    return {};
+}
+
+NodeFacts factsOf(udev_device& device) {
+    NodeFacts facts;
+    facts.syspath = textOf(udev_device_get_syspath(&device));
+    facts.node = textOf(udev_device_get_devnode(&device));
+    facts.byId = linkIn("/dev/v4l/by-id", facts.node);
+    facts.byPath = linkIn("/dev/v4l/by-path", facts.node);
+    facts.sysfsName = textOf(udev_device_get_sysattr_value(&device, "name"));
+    // Parents belong to their child.
+    if (udev_device* usb =
+            udev_device_get_parent_with_subsystem_devtype(&device, "usb", "usb_device")) {
+        facts.hasUsbParent = true;
+        facts.removable = textOf(udev_device_get_sysattr_value(usb, "removable"));
+        facts.manufacturer = textOf(udev_device_get_sysattr_value(usb, "manufacturer"));
+        facts.product = textOf(udev_device_get_sysattr_value(usb, "product"));
+    } else if (udev_device_get_parent_with_subsystem_devtype(&device, "pci", nullptr)) {
+        facts.hasPciParent = true;
+    }
+    return facts;
+}
+
+// Nothing when the node is no camera.
+std::optional<VideoNode> probe(udev_device& device) {
+    VideoNode node{factsOf(device), {}, false};
+    if (node.facts.node.empty()) return std::nullopt;
+    const V4l2Device open(node.facts.node);
+    if (!open) {
+        node.isDenied = open.error() == EACCES || open.error() == EPERM;
+        // udev has asked the node and knows whether pictures come out of it.
+        const std::string can =
+            textOf(udev_device_get_property_value(&device, "ID_V4L_CAPABILITIES"));
+        if (!node.isDenied || can.find(":capture:") == std::string::npos) return std::nullopt;
+        return node;
+    }
+    v4l2_capability capability{};
+    if (open.request(VIDIOC_QUERYCAP, &capability) != 0) return std::nullopt;
+    const uint32_t can = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
+                             ? capability.device_caps
+                             : capability.capabilities;
+    constexpr uint32_t needed = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    if ((can & needed) != needed) return std::nullopt;
+    node.facts.driver = textOf(capability.driver);
+    node.facts.card = textOf(capability.card);
+    node.facts.busInfo = textOf(capability.bus_info);
+    node.modes = modesOf(open);
+    if (node.modes.empty()) return std::nullopt;
+    return node;
+}
+
+// video2 before video10.
+bool isBefore(const VideoNode& a, const VideoNode& b) {
+    const std::string &first = a.facts.node, &second = b.facts.node;
+    return first.size() != second.size() ? first.size() < second.size() : first < second;
+}
+
+} // namespace
+
+std::vector<VideoNode> cameraNodes() {
+    std::vector<VideoNode> nodes;
+    const UdevPointer<udev> context(udev_new());
+    if (!context) return nodes;
+    const UdevPointer<udev_enumerate> list(udev_enumerate_new(context.get()));
+    udev_enumerate_add_match_subsystem(list.get(), "video4linux");
+    udev_enumerate_scan_devices(list.get());
+    udev_list_entry* entry = nullptr;
+    udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(list.get())) {
+        const UdevPointer<udev_device> device(
+            udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
+        if (!device) continue;
+        if (auto node = probe(*device)) nodes.push_back(std::move(*node));
+    }
+    std::ranges::sort(nodes, isBefore);
+    return nodes;
+}
+
+void NodeMonitor::Unref::operator()(udev* context) const {
+    udev_unref(context);
+}
+
+void NodeMonitor::Unref::operator()(udev_monitor* monitor) const {
+    udev_monitor_unref(monitor);
+}
+
+std::unique_ptr<NodeMonitor> NodeMonitor::create() {
+    std::unique_ptr<NodeMonitor> made(new NodeMonitor);
+    made->_context.reset(udev_new());
+    if (!made->_context) return nullptr;
+    made->_monitor.reset(udev_monitor_new_from_netlink(made->_context.get(), "udev"));
+    if (!made->_monitor) return nullptr;
+    udev_monitor* const monitor = made->_monitor.get();
+    if (udev_monitor_filter_add_match_subsystem_devtype(monitor, "video4linux", nullptr) < 0 ||
+        udev_monitor_enable_receiving(monitor) < 0)
+        return nullptr;
+    return made;
+}
+
+int NodeMonitor::descriptor() const {
+    return udev_monitor_get_fd(_monitor.get());
+}
+
+std::optional<NodeMonitor::Event> NodeMonitor::next() {
+    const UdevPointer<udev_device> device(udev_monitor_receive_device(_monitor.get()));
+    if (!device) return std::nullopt;
+    const std::string action = textOf(udev_device_get_action(device.get()));
+    const std::string syspath = textOf(udev_device_get_syspath(device.get()));
+    if (action == "remove") return Event{Event::Kind::removed, syspath, std::nullopt};
+    if (action == "add") return Event{Event::Kind::added, syspath, probe(*device)};
+    return std::nullopt;
+}
+
+} // namespace lanternfly::v4l2
