@@ -70,6 +70,7 @@ void PinchRecognizer::resetTracking() {
 void PinchRecognizer::process(std::span<const HandPose> poses) {
     const uint64_t nowNanos = _clock.uptimeNanos();
     const State state = _state;
+    _ratio.reset();
     // The event leaves last, so that the callback may reset or tune the recognizer.
     const auto event =
         match(state, [&](const auto& current) { return step(current, poses, nowNanos); });
@@ -192,7 +193,10 @@ std::optional<PinchRecognizer::Measurement> PinchRecognizer::measure(const HandP
 std::optional<PinchRecognizer::Measurement> PinchRecognizer::follow(const HandPose& pose,
                                                                     uint64_t nowNanos) {
     const auto measured = measure(pose, Mode::following, nowNanos);
-    if (measured) _lastTrackedMidpoint = measured->midpoint;
+    if (measured) {
+        _lastTrackedMidpoint = measured->midpoint;
+        _ratio = measured->distance / measured->size;
+    }
     return measured;
 }
 
@@ -238,6 +242,14 @@ bool PinchRecognizer::isAtOrBelowEnter(const Measurement& measurement) const {
 
 bool PinchRecognizer::isAboveExit(const Measurement& measurement) const {
     return _parameters.pinchExitRatio * measurement.size < measurement.distance;
+}
+
+PinchRecognizer::Phase PinchRecognizer::phase() const {
+    return match(
+        _state, [](const Idle&) { return Phase::idle; },
+        [](const Arming&) { return Phase::arming; },
+        [](const Pinching&) { return Phase::pinching; },
+        [](const Releasing&) { return Phase::releasing; });
 }
 
 bool PinchRecognizer::isEngaged() const {

@@ -70,6 +70,13 @@ public:
     // Once per processed camera frame, with all hands of the frame.
     void process(std::span<const HandPose> poses);
 
+    // What the last frame led to, for whoever explains it to the user.
+    enum class Phase : uint8_t { idle, arming, pinching, releasing };
+    Phase phase() const;
+    // Thumb tip to index tip ÷ hand size of the followed hand, smoothed: what the last frame was
+    // decided by. Absent when no hand was followed or it could not be measured.
+    std::optional<float> ratio() const { return _ratio; }
+
 private:
     struct Arming {
         uint64_t sinceNanos; // uptime
@@ -120,6 +127,7 @@ private:
     std::shared_ptr<TrackingTelemetry> _telemetry;
     State _state = Idle{};
     std::optional<float2> _lastTrackedMidpoint;
+    std::optional<float> _ratio;
     OneEuroFilter2D _thumbTipFilter, _indexTipFilter, _wristFilter, _middleMCPFilter;
     OneEuroFilter _sizeFilter;
 };

@@ -40,6 +40,12 @@ public:
     // At least 0.
     void setDropoutGraceSeconds(double seconds);
     bool isSessionActive() const { return _session.has_value(); }
+    // Whether the hand of that side pinches, or did when it was last seen.
+    bool isPinching(HandPose::Chirality side) const {
+        return side == HandPose::Chirality::left    ? _left.isPinching
+               : side == HandPose::Chirality::right ? _right.isPinching
+                                                    : false;
+    }
     // Back to idle, both hands open, filters cold. Emits nothing.
     void reset();
     // Once per processed camera frame, with all hands of the frame. A hand that is not seen stays
