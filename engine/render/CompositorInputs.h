@@ -40,8 +40,6 @@ struct AnnotationInput {
     float opacity = 1;
 };
 
-using StrokeBatches = std::shared_ptr<const std::vector<StrokeBatch>>; // never null
-
 struct CompositorInputs {
     SlideInput slide;
     OverlayAppearance appearance;
@@ -51,7 +49,7 @@ struct CompositorInputs {
     TwoHandDiscoverabilityState twoHandDiscoverability;
     SpatialInput spatial;
     AnnotationInput annotation;
-    StrokeBatches strokeBatches = std::make_shared<const std::vector<StrokeBatch>>();
+    StrokeBatches strokeBatches = sharedBatches({});
     float drawingOpacity = 1;
     float drawingWidthScale = 1;
     bool isDrawingEnabled = true;

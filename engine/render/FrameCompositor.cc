@@ -95,7 +95,11 @@ void FrameCompositor::setTwoHandDiscoverability(const TwoHandDiscoverabilityStat
 }
 
 void FrameCompositor::setStrokeBatches(std::vector<StrokeBatch> batches) {
-    _strokeBatches.set(std::make_shared<const std::vector<StrokeBatch>>(std::move(batches)));
+    setSharedStrokeBatches(sharedBatches(std::move(batches)));
+}
+
+void FrameCompositor::setSharedStrokeBatches(StrokeBatches batches) {
+    _strokeBatches.set(batches ? std::move(batches) : sharedBatches({}));
 }
 
 void FrameCompositor::setDrawingOpacity(float opacity) {

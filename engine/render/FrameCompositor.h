@@ -43,6 +43,8 @@ public:
     void setPinchIndicator(const PinchIndicatorState& state);
     void setTwoHandDiscoverability(const TwoHandDiscoverabilityState& state);
     void setStrokeBatches(std::vector<StrokeBatch> batches);
+    // The same without a copy; batches that were shown before cost less.
+    void setSharedStrokeBatches(StrokeBatches batches);
     void setDrawingOpacity(float opacity);  // clamped to 0…1
     void setDrawingWidthScale(float scale); // clamped to 0…4
     void setAnnotationTexture(TextureRef texture, bool originTopLeft);
@@ -76,7 +78,7 @@ private:
     LockedCell<VisionOSTuning> _tuning;
     LockedCell<PinchIndicatorState> _pinchIndicator;
     LockedCell<TwoHandDiscoverabilityState> _twoHandDiscoverability;
-    LockedCell<StrokeBatches> _strokeBatches{CompositorInputs{}.strokeBatches};
+    LockedCell<StrokeBatches> _strokeBatches{sharedBatches({})};
     LockedCell<float> _drawingOpacity{1};
     LockedCell<float> _drawingWidthScale{1};
     LockedCell<SpatialInput> _spatial;

@@ -2,8 +2,8 @@
 // Threads: value.
 #pragma once
 
+#include <memory>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "document/Layer.h"
@@ -16,7 +16,29 @@ namespace lanternfly {
 // or numbers beyond any drawing surface.
 std::optional<StrokeBatch> inkBatch(const Stroke& stroke, const DrawingViewport& viewport);
 
-// Every stroke of every drawing layer, in order.
-std::vector<StrokeBatch> inkBatches(std::span<const Layer> layers);
+// Every stroke of every drawing layer, in order. Strokes come and go one at a time while all others
+// stay as they are, so a stroke that the ink before it had too keeps its batch.
+class LayerInk {
+public:
+    using Layers = std::shared_ptr<const std::vector<Layer>>;
+
+    LayerInk() = default;
+    LayerInk(Layers layers, const LayerInk& before);
+
+    const StrokeBatches& batches() const { return _batches; }
+
+private:
+    struct Drawn {
+        const Stroke* stroke; // of `_layers`
+        const DrawingViewport* viewport;
+        StrokeBatchRef batch; // null: nothing to draw
+    };
+
+    static bool isSame(const Drawn& a, const Drawn& b);
+
+    Layers _layers;
+    std::vector<Drawn> _drawn;
+    StrokeBatches _batches = sharedBatches({});
+};
 
 } // namespace lanternfly

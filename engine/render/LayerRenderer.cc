@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "render/LayerInk.h"
-
 namespace lanternfly {
 
 LayerRenderer::LayerRenderer(std::shared_ptr<FrameCompositor> compositor)
@@ -17,7 +15,9 @@ void LayerRenderer::setLayers(std::vector<Layer> layers, float canvasAspect) {
         state.canvasAspect = canvasAspect;
     });
     showSlide();
-    _compositor->setStrokeBatches(inkBatches(*shown));
+    auto ink = std::make_shared<const LayerInk>(shown, *_ink.get());
+    _compositor->setSharedStrokeBatches(ink->batches());
+    _ink.set(std::move(ink));
 }
 
 void LayerRenderer::setTexture(std::optional<LayerTextureBinding> binding,

@@ -12,6 +12,7 @@
 #include "base/LockedCell.h"
 #include "document/Layer.h"
 #include "render/FrameCompositor.h"
+#include "render/LayerInk.h"
 
 namespace lanternfly {
 
@@ -38,7 +39,7 @@ public:
     float canvasAspect() const;
 
 private:
-    using Layers = std::shared_ptr<const std::vector<Layer>>; // never null
+    using Layers = LayerInk::Layers; // never null
     struct State {
         Layers layers = std::make_shared<const std::vector<Layer>>();
         float canvasAspect = 16.0f / 9.0f;
@@ -51,6 +52,7 @@ private:
 
     const std::shared_ptr<FrameCompositor> _compositor;
     LockedCell<State> _state;
+    LockedCell<std::shared_ptr<const LayerInk>> _ink{std::make_shared<const LayerInk>()};
 };
 
 } // namespace lanternfly

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "base/Vectors.h"
@@ -29,5 +30,10 @@ struct StrokeBatch {
     bool isEmpty() const { return triangleStripVertexCount < 4; }
     friend bool operator==(const StrokeBatch&, const StrokeBatch&) = default;
 };
+
+// A shared batch never changes, so that whoever knows it by its address need not look at it again.
+using StrokeBatchRef = std::shared_ptr<const StrokeBatch>;                // never null
+using StrokeBatches = std::shared_ptr<const std::vector<StrokeBatchRef>>; // never null
+StrokeBatches sharedBatches(std::vector<StrokeBatch> batches);
 
 } // namespace lanternfly

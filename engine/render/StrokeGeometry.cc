@@ -1,7 +1,6 @@
 #include "render/StrokeGeometry.h"
 
 #include <cmath>
-#include <optional>
 
 #include "document/HexColor.h"
 
@@ -18,30 +17,23 @@ std::vector<double2> usablePoints(const Stroke& stroke) {
     return points;
 }
 
-std::vector<double> arcLengths(std::span<const double2> points) {
-    std::vector<double> lengths(points.size(), 0.0);
-    for (size_t i = 1; i < points.size(); ++i)
-        lengths[i] = lengths[i - 1] + glm::distance(points[i - 1], points[i]);
-    return lengths;
-}
+// The way from a point to the next.
+struct Segment {
+    double lengthPX = 0;
+    double2 direction{0}; // of length 1; 0 for a way without length
 
-std::optional<double2> direction(double2 from, double2 to) {
-    const double length = glm::distance(from, to);
-    if (!(length > 0)) return std::nullopt;
-    return (to - from) / length;
-}
-
-double2 tangentAt(std::span<const double2> points, size_t i, bool isClosedLoop) {
-    const size_t last = points.size() - 1;
-    std::optional<double2> incoming, outgoing;
-    if (i > 0 || isClosedLoop) incoming = direction(points[i > 0 ? i - 1 : last], points[i]);
-    if (i < last || isClosedLoop) outgoing = direction(points[i], points[i < last ? i + 1 : 0]);
-    if (incoming && outgoing) {
-        const double2 sum = *incoming + *outgoing;
-        const double length = glm::length(sum);
-        return length > 0 ? sum / length : *incoming;
+    Segment(double2 from, double2 to) {
+        const double2 way = to - from;
+        lengthPX = std::sqrt(way.x * way.x + way.y * way.y);
+        if (lengthPX > 0) direction = way / lengthPX;
     }
-    return incoming.value_or(outgoing.value_or(double2{1, 0}));
+};
+
+double2 tangentBetween(double2 incoming, double2 outgoing) {
+    const double2 sum = incoming + outgoing;
+    const double length = std::sqrt(sum.x * sum.x + sum.y * sum.y);
+    if (length > 0) return sum / length;
+    return incoming != double2(0) ? incoming : double2(1, 0);
 }
 
 } // namespace
@@ -75,28 +67,35 @@ StrokeMesh tessellate(const Stroke& stroke, const InkProfile& profile, int smoot
     const double feather = std::fmax(profile.featherPX, 0.0);
     const auto points = smoothPolyline(usablePoints(stroke), smoothingIterations);
     if (points.size() < 2) return mesh;
-    const auto arc = arcLengths(points);
-    const double total = arc.back();
+    std::vector<Segment> segments;
+    segments.reserve(points.size());
+    double total = 0;
+    for (size_t i = 0; i + 1 < points.size(); ++i)
+        total += segments.emplace_back(points[i], points[i + 1]).lengthPX;
     if (!(total > 0) || !std::isfinite(total)) return mesh;
+    // After the last point, and so before the first: the closing segment, or none.
+    segments.emplace_back(points.back(), isClosedLoop ? points.front() : points.back());
 
     const BodyEnvelope envelope = profile.bodyEnvelope(baseWidth, total);
-    mesh.vertices.reserve(2 * points.size());
+    mesh.vertices.resize(2 * points.size());
+    Vertex* vertex = mesh.vertices.data();
+    double2 incoming = segments.back().direction;
+    double arc = 0;
     for (size_t i = 0; i < points.size(); ++i) {
+        const Segment& next = segments[i];
         const EnvelopeSample body =
-            isClosedLoop ? EnvelopeSample{baseWidth, 1} : envelope.evaluate(arc[i] / total);
-        const double2 tangent = tangentAt(points, i, isClosedLoop);
-        const double2 normal{-tangent.y, tangent.x};
+            isClosedLoop ? EnvelopeSample{baseWidth, 1} : envelope.evaluate(arc / total);
+        const double2 tangent = tangentBetween(incoming, next.direction);
         const double core = body.widthPX / 2;
         const double outer = feather + core;
-        const auto rib = [&](double side) {
-            return Vertex{.position = float2(points[i] + normal * (side * outer)),
-                          .coreOffset = static_cast<float>(side * outer),
-                          .coreHalfWidth = static_cast<float>(core),
-                          .featherHalfWidth = static_cast<float>(outer),
-                          .alpha = static_cast<float>(body.alpha)};
-        };
-        mesh.vertices.push_back(rib(+1));
-        mesh.vertices.push_back(rib(-1));
+        const double2 toRib = double2{-tangent.y, tangent.x} * outer;
+        *vertex++ = {float2(points[i] + toRib), static_cast<float>(outer), static_cast<float>(core),
+                     static_cast<float>(outer), static_cast<float>(body.alpha)};
+        *vertex++ = {float2(points[i] - toRib), static_cast<float>(-outer),
+                     static_cast<float>(core), static_cast<float>(outer),
+                     static_cast<float>(body.alpha)};
+        incoming = next.direction;
+        arc += next.lengthPX;
     }
     return mesh;
 }

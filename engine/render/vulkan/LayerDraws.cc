@@ -21,21 +21,24 @@ void LayerDraws::drawPicture(FrameEncoder& encoder, VkDescriptorSet picture, flo
 
 void LayerDraws::drawStrokes(FrameEncoder& encoder, const StrokesDraw& draw) {
     size_t vertexCount = 0;
-    for (const StrokeBatch& batch : *draw.batches)
-        vertexCount += static_cast<size_t>(drawnVertexCount(batch));
+    for (const StrokeBatchRef& batch : *draw.batches)
+        vertexCount += static_cast<size_t>(drawnVertexCount(*batch));
     if (vertexCount == 0) return;
     // Twice what is needed: strokes grow from frame to frame.
     if (_strokeVertices.sizeBytes() < vertexCount * vertexBytes)
         _strokeVertices.growTo(_context, std::max(2 * vertexCount * vertexBytes, minStrokeBytes),
                                VK_BUFFER_USAGE_VERTEX_BUFFER_BIT, VulkanBuffer::Access::hostWrites,
                                "lanternfly.strokes");
+    const bool isUploaded = draw.batches == _uploaded;
+    _uploaded = draw.batches;
     size_t offset = 0;
-    for (const StrokeBatch& batch : *draw.batches) {
-        const int count = drawnVertexCount(batch);
+    for (const StrokeBatchRef& batch : *draw.batches) {
+        const int count = drawnVertexCount(*batch);
         if (count == 0) continue;
         const size_t bytes = static_cast<size_t>(count) * vertexBytes;
-        std::memcpy(_strokeVertices.bytes() + offset, batch.vertexBuffer.data(), bytes);
-        const StrokeUniforms stroke = strokeUniforms(draw, batch);
+        if (!isUploaded)
+            std::memcpy(_strokeVertices.bytes() + offset, batch->vertexBuffer.data(), bytes);
+        const StrokeUniforms stroke = strokeUniforms(draw, *batch);
         PushedUniforms uniforms;
         uniforms.mvp = stroke.mvp;
         uniforms.params = stroke.color;

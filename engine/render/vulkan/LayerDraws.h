@@ -26,6 +26,7 @@ private:
     const VulkanContext& _context;
     const PixelRect _wholeFrame;
     VulkanBuffer _strokeVertices; // of all batches of the frame; grows
+    StrokeBatches _uploaded;      // what it holds; null: nothing
 };
 
 } // namespace lanternfly

@@ -1,0 +1,95 @@
+#include "render/cpu/InkLayer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "render/cpu/InkLayer.cc"
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+
+#include "render/cpu/Pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lanternfly {
+namespace {
+namespace HWY_NAMESPACE {
+
+using namespace lanternfly::HWY_NAMESPACE; // NOLINT
+
+void blendTile(const uint8_t* layer, int x0, int x1, uint8_t* out) {
+    for (auto x = static_cast<size_t>(x0); x < static_cast<size_t>(x1); x += lanes()) {
+        const Ints source = loadPixels(layer, x);
+        if (hn::AllTrue(ints, hn::Eq(source, hn::Zero(ints)))) continue;
+        storePixels(blendOver(unpack(source), loadPixels(out, x)), out, x);
+    }
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace
+} // namespace lanternfly
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lanternfly {
+
+namespace {
+
+HWY_EXPORT(blendTile);
+
+constexpr int tiles = 64;
+constexpr int tileAlignment = 16; // pixels: whole vectors
+
+// Calls body(first pixel, one beyond the last) for every run of marked tiles.
+template <typename Body>
+void forEachRun(uint64_t marked, int tilePixels, int width, const Body& body) {
+    while (marked != 0) {
+        const int first = std::countr_zero(marked);
+        const int count = std::countr_one(marked >> first);
+        body(first * tilePixels, std::min((first + count) * tilePixels, width));
+        if (first + count >= tiles) return;
+        marked &= ~uint64_t{0} << (first + count);
+    }
+}
+
+} // namespace
+
+InkLayer::InkLayer(FrameSize frame) : _frame(frame), _marked(static_cast<size_t>(frame.height)) {
+    const int shared = (frame.width + tiles - 1) / tiles;
+    _tilePixels = (shared + tileAlignment - 1) / tileAlignment * tileAlignment;
+}
+
+PixelBuffer* InkLayer::pixels() {
+    if (!_pixels && (_pixels = PixelBuffer::create(_frame.width, _frame.height)))
+        std::memset(_pixels->data(), 0,
+                    _pixels->strideBytes() * static_cast<size_t>(_frame.height));
+    return _pixels.get();
+}
+
+void InkLayer::mark(int y, int x0, int x1) {
+    const int first = x0 / _tilePixels;
+    const int count = (x1 - 1) / _tilePixels - first + 1;
+    _marked[static_cast<size_t>(y)] |= (~uint64_t{0} >> (tiles - count)) << first;
+}
+
+void InkLayer::clear() {
+    for (int y = 0; y < _frame.height; ++y) {
+        uint64_t& marked = _marked[static_cast<size_t>(y)];
+        forEachRun(marked, _tilePixels, _frame.width, [&](int x0, int x1) {
+            std::memset(_pixels->row(y) + ptrdiff_t{4} * x0, 0, static_cast<size_t>(x1 - x0) * 4);
+        });
+        marked = 0;
+    }
+}
+
+void InkLayer::blendOnto(PixelBuffer& output) const {
+    for (int y = 0; y < _frame.height; ++y)
+        forEachRun(_marked[static_cast<size_t>(y)], _tilePixels, _frame.width, [&](int x0, int x1) {
+            HWY_DYNAMIC_DISPATCH(blendTile)(_pixels->row(y), x0, x1, output.row(y));
+        });
+}
+
+} // namespace lanternfly
+#endif

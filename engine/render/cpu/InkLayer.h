@@ -1,0 +1,34 @@
+// The strokes that stand still, drawn once: a clear picture of the frame's size with them on it,
+// premultiplied, and where it is not clear. Blending it is "over" too, and "over" is associative,
+// so the frame is the same to a rounding.
+// Threads: bound.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "base/PixelBuffer.h"
+#include "render/FramePlan.h"
+
+namespace lanternfly {
+
+class InkLayer {
+public:
+    explicit InkLayer(FrameSize frame);
+
+    // Null when memory is short. It begins clear.
+    PixelBuffer* pixels();
+    // Ink was drawn on the pixels x0 … x1 - 1 of a row.
+    void mark(int y, int x0, int x1);
+    void clear();
+    void blendOnto(PixelBuffer& output) const;
+
+private:
+    const FrameSize _frame;
+    int _tilePixels;               // of a row's 64 tiles
+    std::vector<uint64_t> _marked; // one a row, one bit a tile
+    PixelBufferRef _pixels;
+};
+
+} // namespace lanternfly
