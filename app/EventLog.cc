@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <nlohmann/json.hpp>
+
 #include "base/Match.h"
 
 namespace lanternfly {
@@ -41,6 +43,17 @@ void appendPoint(fmt::memory_buffer& line, float2 point) {
     append(line, "]");
 }
 
+void appendMember(fmt::memory_buffer& line, const char* name, float number) {
+    append(line, ",\"{}\":", name);
+    appendNumber(line, number);
+}
+
+void appendText(fmt::memory_buffer& line, const char* name, std::string_view text) {
+    constexpr bool onlyAscii = false;
+    append(line, ",\"{}\":{}", name,
+           nlohmann::json(text).dump(-1, ' ', onlyAscii, nlohmann::json::error_handler_t::replace));
+}
+
 void appendHand(fmt::memory_buffer& line, const HandPose& pose) {
     append(line, "{{\"chirality\":\"{}\",\"confidence\":", nameOf(pose.chirality));
     appendNumber(line, pose.averageConfidence);
@@ -71,36 +84,101 @@ std::unique_ptr<EventLog> EventLog::create(const std::filesystem::path& file) {
     return std::unique_ptr<EventLog>(new EventLog(std::move(opened)));
 }
 
-void EventLog::hands(int64_t frame, double seconds, std::span<const HandPose> poses) {
-    append(_line, "{{\"type\":\"hands\",\"frame\":{},\"time\":{:.4f},\"hands\":[", frame, seconds);
+// An absent phase is null.
+void EventLog::begin(std::string_view type, const char* phase, const FrameStamp& frame) {
+    append(_line, "{{\"type\":\"{}\"", type);
+    if (phase) append(_line, ",\"phase\":\"{}\"", phase);
+    append(_line, ",\"frame\":{},\"time\":{:.4f}", frame.index, frame.pts.seconds());
+}
+
+void EventLog::endLine() {
+    append(_line, "}}\n");
+    writeLine();
+}
+
+void EventLog::hands(const FrameStamp& frame, std::span<const HandPose> poses) {
+    begin("hands", nullptr, frame);
+    append(_line, ",\"hands\":[");
     for (const HandPose& pose : poses) {
         if (&pose != &poses.front()) append(_line, ",");
         appendHand(_line, pose);
     }
-    append(_line, "]}}\n");
-    writeLine();
+    append(_line, "]");
+    endLine();
 }
 
-void EventLog::pinch(int64_t frame, double seconds, const PinchEvent& event) {
-    const auto start = [&](const char* phase) {
-        append(_line, "{{\"type\":\"pinch\",\"phase\":\"{}\",\"frame\":{},\"time\":{:.4f}", phase,
-               frame, seconds);
-    };
+void EventLog::pinch(const FrameStamp& frame, const PinchEvent& event) {
     match(
         event,
         [&](const PinchBegan& began) {
-            start("began");
+            begin("pinch", "began", frame);
             appendPoint(_line, began.at);
         },
         [&](const PinchChanged& changed) {
-            start("changed");
+            begin("pinch", "changed", frame);
             appendPoint(_line, changed.at);
-            append(_line, ",\"scaleDelta\":");
-            appendNumber(_line, changed.scaleDelta);
+            appendMember(_line, "scaleDelta", changed.scaleDelta);
         },
-        [&](const PinchEnded&) { start("ended"); });
-    append(_line, "}}\n");
-    writeLine();
+        [&](const PinchEnded&) { begin("pinch", "ended", frame); });
+    endLine();
+}
+
+void EventLog::twoHandPinch(const FrameStamp& frame, const TwoHandPinchEvent& event) {
+    match(
+        event,
+        [&](const TwoHandPinchBegan& began) {
+            begin("twoHandPinch", "began", frame);
+            appendPoint(_line, began.midpoint);
+        },
+        [&](const TwoHandPinchChanged& changed) {
+            begin("twoHandPinch", "changed", frame);
+            appendPoint(_line, changed.midpoint);
+            appendMember(_line, "scaleRatio", changed.scaleRatio);
+            appendMember(_line, "yaw", changed.yawRadians - changed.yawStartRadians);
+            appendMember(_line, "separation", changed.separation);
+        },
+        [&](const TwoHandPinchEnded&) { begin("twoHandPinch", "ended", frame); });
+    endLine();
+}
+
+void EventLog::sign(const FrameStamp& frame, HandSign sign) {
+    begin("sign", nullptr, frame);
+    appendText(_line, "sign", lanternfly::nameOf(sign));
+    endLine();
+}
+
+void EventLog::stroke(const FrameStamp& frame, bool isBegin, int points) {
+    begin("stroke", isBegin ? "began" : "ended", frame);
+    append(_line, ",\"points\":{}", points);
+    endLine();
+}
+
+void EventLog::command(const FrameStamp& frame, std::string_view command) {
+    begin("command", nullptr, frame);
+    appendText(_line, "command", command);
+    endLine();
+}
+
+void EventLog::page(const FrameStamp& frame, int page) {
+    begin("page", nullptr, frame);
+    append(_line, ",\"page\":{}", page);
+    endLine();
+}
+
+void EventLog::face(const FrameStamp& frame, const std::optional<FaceRect>& face) {
+    begin("face", nullptr, frame);
+    if (face)
+        append(_line, ",\"face\":[{:.5g},{:.5g},{:.5g},{:.5g}]", face->x, face->y, face->width,
+               face->height);
+    else
+        append(_line, ",\"face\":null");
+    endLine();
+}
+
+void EventLog::text(const FrameStamp& frame, std::string_view text) {
+    begin("text", nullptr, frame);
+    appendText(_line, "text", text);
+    endLine();
 }
 
 bool EventLog::end(int64_t frames) {

@@ -1,19 +1,26 @@
-// What happens to a camera frame: hands are looked for, the slide follows them, the picture is
-// composed. Owns the objects of one presentation and connects them; computes nothing.
-// Threads: look() and draw() are each bound to one thread, which may be two.
+// What happens to a camera frame: hands are looked for, the slide and the ink follow them, the
+// picture is composed. Owns the objects of one presentation that work on frames and connects them;
+// computes nothing.
+// Threads: enterFrame() and look() are bound to one thread, draw() to one, which may be another;
+// the rest is safe.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "app/EventLog.h"
 #include "app/OverlayRouting.h"
 #include "app/PinchIndicatorFade.h"
+#include "app/Stage.h"
+#include "app/StageTransition.h"
+#include "app/TwoHandHints.h"
 #include "base/Clock.h"
+#include "capture/FaceDetectFeed.h"
 #include "capture/HandPoseFeed.h"
-#include "gestures/PinchRecognizer.h"
 #include "motion/AppearanceDriver.h"
-#include "motion/PinchTransformController.h"
 #include "render/FrameCompositor.h"
+#include "render/LayerRenderer.h"
+#include "tracks/PoseTrackPlayer.h"
 
 namespace lanternfly {
 
@@ -23,11 +30,14 @@ struct CameraFrame {
     int64_t index = 0;
 };
 
-// A camera frame and how the slide stands in it.
+// A camera frame and all that is to be seen in it.
 struct Scene {
     CameraFrame frame;
     OverlaySnapshot overlay;
     PinchIndicatorState pinchIndicator;
+    TwoHandDiscoverabilityState twoHandHints;
+    std::shared_ptr<const std::optional<Layer>> ink; // null: none
+    Stage stage;
 };
 
 class FramePipeline {
@@ -40,10 +50,12 @@ public:
         const Clock& clock;
         HandPoseFeed::DetectorFactory makeDetector;
         std::shared_ptr<FrameCompositor> compositor;
-        TextureRef slide; // first row at the bottom
         Detection detection = Detection::awaited;
-        bool isMirrored = false;
         EventLog* events = nullptr;
+        PoseTrackWriter* recordedPoses = nullptr;
+        // Gives the hands instead of a detector; always awaited.
+        PoseTrackPlayer* playedPoses = nullptr;
+        FaceDetectFeed::DetectorFactory makeFaceDetector{}; // empty: nobody asks for the face
     };
 
     // Returns when the detector is ready.
@@ -51,27 +63,69 @@ public:
     ~FramePipeline();
 
     // The whole way of one frame. Null when it could not be composed.
-    PixelBufferRef onFrame(CameraFrame frame) { return draw(look(std::move(frame))); }
+    PixelBufferRef onFrame(CameraFrame frame);
 
-    // The two halves, for a caller that lets the next frame be looked at while this one is drawn.
+    // Its parts, for a caller that lets the next frame be looked at while this one is drawn. What
+    // is recorded after enterFrame() belongs to that frame.
+    void enterFrame(const CameraFrame& frame);
     Scene look(CameraFrame frame);
     PixelBufferRef draw(const Scene& scene);
-
     // No more frames come: returns when the last has been looked at.
     void finish();
+
+    const std::shared_ptr<FrameCompositor>& compositor() const { return _setup.compositor; }
+    AppearanceDriver& driver() { return *_driver; }
+    DrawController& ink() { return _ink; }
+    static double defaultInkWidthPX(int canvasWidthPX) { return canvasWidthPX / 240.0; }
+    // Runs the task between the hands of two frames, on the queue of the routing.
+    void withHands(std::function<void(OverlayRouting&)> task);
+    void setTrackingConfig(const TrackingConfig& config);
+    // `change(Stage&)` calls nothing.
+    template <typename Change>
+    void changeStage(Change&& change) {
+        _stage.withLock(std::forward<Change>(change));
+    }
+    Stage stage() const { return _stage.get(); }
+
     OverlayRouting::Tally tally() const { return _routing.tally(); }
     std::optional<PinchTransformController::LatencyReadout> latency() const {
         return _controller.latencyReadout();
     }
 
 private:
+    void playPoses(MediaTime pts);
+    void showLayers(const Scene& scene);
+    void tickInk(double nowSeconds);
+    void lookForFace(const CameraFrame& frame);
+
     const Setup _setup;
     std::shared_ptr<AppearanceDriver> _driver;
     PinchTransformController _controller;
-    PinchRecognizer _recognizer;
+    TwoHandScaleController _scaleController;
+    PinchRecognizer _pinchRecognizer;
+    TwoHandPinchRecognizer _twoHandPinchRecognizer;
+    HandGestureRecognizer _signRecognizer;
+    DrawController _ink;
     OverlayRouting _routing;
+    LockedCell<Stage> _stage;
+    std::atomic<bool> _isInkChanged{false};
+
+    // Of the looking thread.
     PinchIndicatorFade _indicatorFade;
+    TwoHandHints _twoHandHints;
+    StageTransition _transition;
+    std::shared_ptr<const std::optional<Layer>> _seenInk;
+    std::optional<double> _lastTickSeconds;
+    std::optional<FaceRect> _seenFace;
+
+    // Of the drawing thread.
+    LayerRenderer _layers;
+    std::shared_ptr<const std::optional<Layer>> _drawnInk;
+    TextureRef _drawnSlide;
+    bool _areLayersSet = false;
+
     std::shared_ptr<HandPoseFeed> _handPoseFeed;
+    std::shared_ptr<FaceDetectFeed> _faceDetectFeed; // null: none
 };
 
 } // namespace lanternfly

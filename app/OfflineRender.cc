@@ -70,6 +70,8 @@ void OfflineRender::look() {
             ++_result.framesLate;
             continue;
         }
+        _setup.pipeline.enterFrame(*frame);
+        _setup.beforeFrame(frame->pts.seconds());
         auto scene = _setup.times.measure(RenderStage::hands,
                                           [&] { return _setup.pipeline.look(std::move(*frame)); });
         if (!_looked.push(std::move(scene))) break;

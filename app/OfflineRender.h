@@ -26,6 +26,8 @@ public:
         // Set to each frame's time; null paces the frames to real time instead, as a camera would:
         // a frame that comes too late is left out.
         ManualClock* clock = nullptr;
+        // Runs on the looking thread before a frame is looked at, with the frame's seconds.
+        std::function<void(double)> beforeFrame;
         std::function<bool()> isInterrupted;
         // Told the number of frames written, on the calling thread.
         std::function<void(int64_t)> onProgress;
