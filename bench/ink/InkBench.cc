@@ -35,13 +35,13 @@ void strokesAndPoints(benchmark::internal::Benchmark* bench) {
 void tessellate(benchmark::State& state) {
     DrawController controller(viewport, "lyr_ink", "#FFFFFFE6", 8);
     draw(controller, static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-    const std::vector<Layer> layers{*controller.currentLayer()};
+    const auto layers = std::make_shared<const std::vector<Layer>>(1, *controller.currentLayer());
     int64_t vertices = 0;
     for (auto _ : state) {
-        const auto batches = inkBatches(layers);
+        const LayerInk ink(layers, {});
         vertices = 0;
-        for (const StrokeBatch& batch : batches)
-            vertices += batch.triangleStripVertexCount;
+        for (const StrokeBatchRef& batch : *ink.batches())
+            vertices += batch->triangleStripVertexCount;
     }
     state.counters["vertices"] = static_cast<double>(vertices);
 }

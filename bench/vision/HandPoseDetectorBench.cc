@@ -63,20 +63,20 @@ void oneHand(benchmark::State& state) {
     detect(state, 100, 1);
 }
 void twoHands(benchmark::State& state) {
-    detect(state, 440, 2);
+    detect(state, 860, 2);
 }
 
 void oneSearch(benchmark::State& state) {
     const auto clip = pictures(100, 1);
-    HandNetworks networks(source / "models");
+    HandNetworks networks(HandModel::read(source / "models"));
     networks.setPicture(*clip[0]);
     for (auto _ : state)
-        benchmark::DoNotOptimize(networks.findHands(0.35));
+        benchmark::DoNotOptimize(networks.search(0.35));
 }
 
 void oneReading(benchmark::State& state) {
     const auto clip = pictures(100, 1);
-    HandNetworks networks(source / "models");
+    HandNetworks networks(HandModel::read(source / "models"));
     networks.setPicture(*clip[0]);
     const HandCrop crop{.centre = {60, 130}, .sidePX = 140, .angleRad = 0.1};
     for (auto _ : state)
@@ -84,10 +84,10 @@ void oneReading(benchmark::State& state) {
 }
 
 void decodingOfTheMaps(benchmark::State& state) {
-    std::vector<float> logits(HeatmapDecoder::logitCount);
+    HeatmapDecoder decoder(40);
+    std::vector<float> logits(decoder.logitCount());
     for (size_t i = 0; i < logits.size(); ++i)
         logits[i] = static_cast<float>(i * 2654435761u % 1000) / 50;
-    HeatmapDecoder decoder;
     HeatmapDecoder::Joints joints;
     const HeatmapDecoder::Expectation expected{};
     for (auto _ : state) {
@@ -98,7 +98,7 @@ void decodingOfTheMaps(benchmark::State& state) {
 
 void loading(benchmark::State& state) {
     for (auto _ : state)
-        HandNetworks networks(source / "models");
+        HandNetworks networks(HandModel::read(source / "models"));
 }
 
 BENCHMARK(noHand)->Unit(benchmark::kMillisecond);

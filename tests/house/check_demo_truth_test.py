@@ -17,12 +17,18 @@ def points(shift=0.0):
 def truth():
     frames = []
     for frame in range(100):
-        hand = {"side": "right", "landmarks": points(), "pinching": 30 <= frame < 60}
-        frames.append({"frame": frame, "width": 640, "height": 360, "hands": [hand]})
+        hand = {
+            "side": "right",
+            "landmarks": points(),
+            "pinching": 30 <= frame < 60,
+            "sign": "peace-sign" if 70 <= frame < 90 else None,
+        }
+        size = {"width": 640, "height": 360}
+        frames.append({"frame": frame, "time": frame / 30, **size, "hands": [hand]})
     return frames
 
 
-def events(began=33, ended=62, chirality="right", shift=0.0):
+def events(began=33, ended=62, signed=77, chirality="right", shift=0.0):
     lines = []
     for frame in range(100):
         landmarks = [[x / 640, 1 - y / 360, 0.9] for x, y in points(shift)]
@@ -30,6 +36,7 @@ def events(began=33, ended=62, chirality="right", shift=0.0):
         lines.append({"type": "hands", "frame": frame, "time": frame / 30, "hands": hands})
     lines.append({"type": "pinch", "phase": "began", "frame": began, "at": [0, 0]})
     lines.append({"type": "pinch", "phase": "ended", "frame": ended})
+    lines.append({"type": "sign", "frame": signed, "sign": "peace-sign"})
     lines.append({"type": "end", "frames": 100})
     return lines
 
@@ -60,7 +67,18 @@ class CheckDemoTruth(unittest.TestCase):
         extra = {"type": "pinch", "phase": "began", "frame": 80, "at": [0, 0]}
         code, text = self.check(events()[:-1] + [extra] + events()[-1:])
         self.assertEqual(code, 1)
-        self.assertIn("not there", text)
+        self.assertIn("1 found, 0 missed, 1 false", text)
+
+    def test_a_late_sign_is_missed_and_false(self):
+        code, text = self.check(events(signed=89))
+        self.assertEqual(code, 1)
+        self.assertIn("0 found, 1 false", text)
+
+    def test_ink_without_a_pinch_fails(self):
+        stroke = {"type": "stroke", "phase": "began", "frame": 40}
+        code, text = self.check(events()[:-1] + [stroke] + events()[-1:])
+        self.assertEqual(code, 1)
+        self.assertIn("0 found, 0 missed, 1 false", text)
 
     def test_the_wrong_hand_fails(self):
         code, text = self.check(events(chirality="left"))

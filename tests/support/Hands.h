@@ -42,4 +42,21 @@ struct PinchHand {
     }
 };
 
+// An upright hand that shows index and middle finger.
+inline HandPose peaceSignHand() {
+    HandPose hand;
+    const auto place = [&](HandLandmark landmark, float y) {
+        hand.landmarks.set(landmark, {0.5f, 0.2f + y, 0.9f});
+    };
+    place(HandLandmark::wrist, 0);
+    for (const auto pip : {HandLandmark::indexPIP, HandLandmark::middlePIP, HandLandmark::ringPIP,
+                           HandLandmark::pinkyPIP})
+        place(pip, 0.2f);
+    for (const auto extended : {HandLandmark::indexTip, HandLandmark::middleTip})
+        place(extended, 0.36f);
+    for (const auto curled : {HandLandmark::ringTip, HandLandmark::pinkyTip})
+        place(curled, 0.18f);
+    return hand;
+}
+
 } // namespace lanternfly::test

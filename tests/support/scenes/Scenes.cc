@@ -67,10 +67,6 @@ StrokeBatch ring() {
         "#30E0FF", 18, 24, true);
 }
 
-StrokeBatches inks(std::vector<StrokeBatch> batches) {
-    return std::make_shared<const std::vector<StrokeBatch>>(std::move(batches));
-}
-
 Scene paneScene(const char* name, const char* shows, OverlayTransform transform,
                 OverlayAppearance appearance, VisionOSTuning tuning = strongGlass()) {
     Scene scene;
@@ -204,15 +200,15 @@ void addLayers(std::vector<Scene>& all) {
 
     Scene& strokes = add(bareScene("strokes", "ink that crosses itself, and a dot"));
     strokes.inputs.strokeBatches =
-        inks({wave(180, "#FFFFFFE6", 9), wave(400, "#FFD23FFF", 3), pretzel(), ring()});
+        sharedBatches({wave(180, "#FFFFFFE6", 9), wave(400, "#FFD23FFF", 3), pretzel(), ring()});
     Scene& fading = add(bareScene("strokesFading", "thinner and half visible"));
-    fading.inputs.strokeBatches = inks({wave(180, "#FFFFFFE6", 12), pretzel()});
+    fading.inputs.strokeBatches = sharedBatches({wave(180, "#FFFFFFE6", 12), pretzel()});
     fading.inputs.drawingOpacity = 0.5f;
     fading.inputs.drawingWidthScale = 0.55f;
     Scene& wide = add(bareScene("strokesWide", "a core wider than its ribs, over a pane"));
     wide.slide = ScenePicture{};
     wide.inputs.transform = middle;
-    wide.inputs.strokeBatches = inks({wave(260, "#2E6BE6FF", 14)});
+    wide.inputs.strokeBatches = sharedBatches({wave(260, "#2E6BE6FF", 14)});
     wide.inputs.drawingWidthScale = 3;
 
     Scene& capsule =
@@ -275,7 +271,7 @@ void addModels(std::vector<Scene>& all) {
     finish(everything.inputs.spatial);
     everything.inputs.spatial.underlayBlurSigma = 12;
     everything.annotation = {{480, 270}, 255, true};
-    everything.inputs.strokeBatches = inks({wave(400, "#FFD23FFF", 8), ring()});
+    everything.inputs.strokeBatches = sharedBatches({wave(400, "#FFD23FFF", 8), ring()});
     everything.inputs.pinchIndicator = {1};
     everything.inputs.twoHandDiscoverability = {1, 1, {-0.5f, 0.5f}, {0.5f, 0.5f}};
     everything.swapDarken = 0.1f;
@@ -346,7 +342,7 @@ PixelBufferRef drawn(const DeviceRef& device, const Scene& scene) {
     compositor->setTuning(inputs.tuning);
     compositor->setPinchIndicator(inputs.pinchIndicator);
     compositor->setTwoHandDiscoverability(inputs.twoHandDiscoverability);
-    compositor->setStrokeBatches(*inputs.strokeBatches);
+    compositor->setSharedStrokeBatches(inputs.strokeBatches);
     compositor->setDrawingOpacity(inputs.drawingOpacity);
     compositor->setDrawingWidthScale(inputs.drawingWidthScale);
     compositor->setAnnotationTexture(inputs.annotation.texture, inputs.annotation.originTopLeft);

@@ -2,6 +2,8 @@
 // Threads: value.
 #pragma once
 
+#include <fstream>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +20,9 @@ struct RenderFixture : testing::Test {
 
     // The arguments name files of the folder.
     ShellResult lanternfly(const std::string& arguments) const {
-        return shell("cd " + quoted(folder.path()) + " && " LANTERNFLY_PROGRAM " " + arguments);
+        // Not the settings of who runs the tests.
+        return shell("cd " + quoted(folder.path()) + " && XDG_CONFIG_HOME=" +
+                     quoted(folder / "config") + " " LANTERNFLY_PROGRAM " " + arguments);
     }
     // A small render, quick enough to be made often.
     ShellResult render(const std::string& arguments) const {
@@ -39,6 +43,9 @@ struct RenderFixture : testing::Test {
         ffmpeg("-f lavfi -i testsrc2=s=640x360:r=30:d=" + std::to_string(seconds) +
                " -vf noise=alls=60:allf=t -c:v libx264 -preset ultrafast -pix_fmt yuv420p " + name);
     }
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(folder / name) << text;
+    }
     std::vector<VideoFrame> framesOf(const std::string& name) const {
         auto reader = VideoFileReader::open(folder / name, 2000);
         std::vector<VideoFrame> frames;
@@ -50,6 +57,19 @@ struct RenderFixture : testing::Test {
     size_t fileCount() const {
         const std::filesystem::directory_iterator files(folder.path());
         return static_cast<size_t>(std::distance(begin(files), end(files)));
+    }
+    // Mean of the three channels over a rectangle given in parts of the picture.
+    static double brightness(const PixelBuffer& picture, double left, double top, double right,
+                             double bottom) {
+        double sum = 0;
+        int64_t count = 0;
+        for (int y = static_cast<int>(top * picture.height());
+             y < static_cast<int>(bottom * picture.height()); ++y)
+            for (int x = static_cast<int>(left * picture.width());
+                 x < static_cast<int>(right * picture.width()); ++x, ++count)
+                for (int channel = 0; channel < 3; ++channel)
+                    sum += picture.row(y)[x * 4 + channel];
+        return sum / static_cast<double>(3 * count);
     }
     // One line that names the program and, first of all, what it is about.
     static void expectOneClearLine(const ShellResult& run, const std::string& about) {

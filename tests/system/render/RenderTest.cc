@@ -11,23 +11,10 @@ namespace lanternfly {
 namespace {
 
 using test::contents;
+using test::quoted;
 using testing::HasSubstr;
 
-struct Render : test::RenderFixture {
-    // Mean of the three channels over a rectangle given in parts of the picture.
-    static double brightness(const PixelBuffer& picture, double left, double top, double right,
-                             double bottom) {
-        double sum = 0;
-        int64_t count = 0;
-        for (int y = static_cast<int>(top * picture.height());
-             y < static_cast<int>(bottom * picture.height()); ++y)
-            for (int x = static_cast<int>(left * picture.width());
-                 x < static_cast<int>(right * picture.width()); ++x, ++count)
-                for (int channel = 0; channel < 3; ++channel)
-                    sum += picture.row(y)[x * 4 + channel];
-        return sum / static_cast<double>(3 * count);
-    }
-};
+using Render = test::RenderFixture;
 
 TEST_F(Render, EveryFrameOfAVideoWithoutAPersonCarriesTheSlide) {
     ffmpeg("-f lavfi -i testsrc=s=640x360:r=30:d=1 -vf eq=brightness=-0.3:saturation=0 "
@@ -40,7 +27,9 @@ TEST_F(Render, EveryFrameOfAVideoWithoutAPersonCarriesTheSlide) {
     ASSERT_EQ(frames.size(), 30u);
     EXPECT_EQ(frames[0].picture->width(), 320);
     EXPECT_EQ(frames[0].picture->height(), 180);
-    EXPECT_EQ(contents(folder / "events"), "{\"type\":\"end\",\"frames\":30}\n");
+    EXPECT_EQ(contents(folder / "events"),
+              "{\"type\":\"page\",\"frame\":0,\"time\":0.0000,\"page\":1}\n"
+              "{\"type\":\"end\",\"frames\":30}\n");
     for (size_t i = 0; i < frames.size(); ++i)
         EXPECT_NEAR(frames[i].pts.seconds(), static_cast<double>(i) / 30, 0.001);
 }
@@ -123,6 +112,24 @@ TEST_F(Render, TheSameInputGivesTheSameBytes) {
     EXPECT_THAT(contents(folder / "a.mp4.events"), HasSubstr("\"chirality\":\"right\""));
 }
 
+TEST_F(Render, WithFacesTheEventsSayWhereTheFaceIs) {
+    ffmpeg("-i " + quoted(demo / "presenter.mp4") + " -frames:v 13 -c copy camera.mp4");
+    const auto run = render("--camera camera.mp4 --out out.mp4 --events events --faces");
+    ASSERT_EQ(run.exitCode, 0) << run.output;
+    const std::string events = contents(folder / "events");
+    EXPECT_EQ(events.find("\"face\""), events.find("\"face\",\"frame\":5,"))
+        << "the sixth frame is the first to be looked at";
+    EXPECT_THAT(events, HasSubstr("\"face\":[0.4"));
+    ASSERT_EQ(render("--camera camera.mp4 --out out.mp4 --events events").exitCode, 0);
+    EXPECT_THAT(contents(folder / "events"), testing::Not(HasSubstr("face")));
+}
+
+TEST_F(Render, OtherNetworksThatAreNotThereAreOneClearLine) {
+    makePlainClip("camera.mp4", "gray", 0.1);
+    expectOneClearLine(render("--camera camera.mp4 --out out.mp4 --hand-model nowhere"),
+                       "The hand model \"nowhere\" cannot be used: there is no such folder.");
+}
+
 TEST_F(Render, TheTraceIsJsonWithEveryStageOfEveryFrame) {
     makePlainClip("camera.mp4", "gray", 0.2);
     ASSERT_EQ(render("--camera camera.mp4 --out out.mp4 --trace trace.json").exitCode, 0);
@@ -173,7 +180,7 @@ TEST_F(Render, SoundIsCarriedOver) {
 
 TEST_F(Render, HelpAndVersionAreGivenEverywhere) {
     EXPECT_THAT(lanternfly("--version").output, testing::MatchesRegex("lanternfly [0-9.]+\n"));
-    for (const std::string command : {"", "render ", "contact-sheet "}) {
+    for (const std::string command : {"", "render ", "contact-sheet ", "commands "}) {
         const auto help = lanternfly(command + "--help");
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_THAT(help.output, HasSubstr("--help"));

@@ -1,6 +1,7 @@
 #include "gestures/HandGestureRecognizer.h"
 
 #include <cmath>
+#include <ostream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -69,51 +70,113 @@ protected:
     int fired = 0;
 };
 
-TEST_F(HandGestureRecognizerTest, ASignHeldTooShortFiresNothing) {
-    frame(0, {peace()});
-    frame(190, {peace()});
-    frame(10, {fist()});
-    frame(190, {peace()});
-    EXPECT_EQ(fired, 0);
+// --- The states, row by row: idle, holding, latched, each also frozen by suppression ------------
+
+enum class Seen { nothing, fist, sign };
+enum class Switch { keep, suppress, release, reset };
+
+struct Moment {
+    int afterMs;
+    Seen seen;
+    bool fires = false;
+    Switch before = Switch::keep;
+};
+struct Row {
+    const char* name;
+    std::vector<Moment> moments;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
 }
 
-TEST_F(HandGestureRecognizerTest, ASignHeldLongEnoughFiresOnceAndThenKeepsSilent) {
-    frame(0, {peace()});
-    frame(199, {peace()});
-    EXPECT_EQ(fired, 0);
-    frame(1, {peace()});
-    EXPECT_EQ(fired, 1);
-    for (int i = 0; i < 300; ++i)
-        frame(33, {peace()});
-    EXPECT_EQ(fired, 1);
+class HandGestureStates : public HandGestureRecognizerTest,
+                          public testing::WithParamInterface<Row> {};
+
+TEST_P(HandGestureStates, FollowTheTable) {
+    int number = 0;
+    for (const Moment& moment : GetParam().moments) {
+        if (moment.before == Switch::reset) recognizer.reset();
+        if (moment.before == Switch::suppress) recognizer.setSuppressed(true);
+        if (moment.before == Switch::release) recognizer.setSuppressed(false);
+        fired = 0;
+        frame(moment.afterMs, moment.seen == Seen::nothing ? std::vector<HandPose>{}
+                              : moment.seen == Seen::fist  ? std::vector{fist()}
+                                                           : std::vector{peace()});
+        EXPECT_EQ(fired, moment.fires ? 1 : 0) << "moment " << number;
+        ++number;
+    }
 }
 
-TEST_F(HandGestureRecognizerTest, AfterAnAbsenceItIsHeldAndFiresAgain) {
-    frame(0, {peace()});
-    frame(200, {peace()});
-    frame(99, {fist()});
-    frame(200, {peace()});
-    frame(200, {peace()});
-    EXPECT_EQ(fired, 1) << "absent for too short a time, so still the same sign";
+constexpr bool fires = true;
 
-    frame(50, {fist()});
-    frame(50, {});
-    frame(50, {peace()});
-    frame(199, {peace()});
-    EXPECT_EQ(fired, 1);
-    frame(1, {peace()});
-    EXPECT_EQ(fired, 2);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Rows, HandGestureStates,
+    testing::Values(
+        Row{"IdleWithoutASignStaysIdle",
+            {{0, Seen::nothing}, {300, Seen::fist}, {300, Seen::nothing}, {300, Seen::sign}}},
+        Row{"HeldAMomentTooShortFiresNothing",
+            {{0, Seen::sign}, {190, Seen::sign}, {10, Seen::fist}, {190, Seen::sign}}},
+        Row{"HeldLongEnoughFires", {{0, Seen::sign}, {199, Seen::sign}, {1, Seen::sign, fires}}},
+        Row{"OneLateFrameIsEnough", {{0, Seen::sign}, {5000, Seen::sign, fires}}},
+        Row{"AGapOfOneFrameStartsTheHoldAgain",
+            {{0, Seen::sign},
+             {150, Seen::fist},
+             {10, Seen::sign},
+             {199, Seen::sign},
+             {1, Seen::sign, fires}}},
+        Row{"LatchedItKeepsSilentHoweverLong",
+            {{0, Seen::sign}, {200, Seen::sign, fires}, {33, Seen::sign}, {60000, Seen::sign}}},
+        Row{"AbsentForTooShortATimeItIsStillTheSameSign",
+            {{0, Seen::sign},
+             {200, Seen::sign, fires},
+             {99, Seen::fist},
+             {1, Seen::sign},
+             {99, Seen::nothing},
+             {200, Seen::sign},
+             {200, Seen::sign}}},
+        Row{"AbsentForTheUnlatchTimeItIsHeldAndFiresAgain",
+            {{0, Seen::sign},
+             {200, Seen::sign, fires},
+             {50, Seen::fist},
+             {50, Seen::nothing},
+             {50, Seen::sign},
+             {199, Seen::sign},
+             {1, Seen::sign, fires}}},
+        Row{"AnAbsenceCountsFromTheLastSight",
+            {{0, Seen::sign},
+             {200, Seen::sign, fires},
+             {1000, Seen::sign},
+             {99, Seen::fist},
+             {1, Seen::fist},
+             {0, Seen::sign},
+             {200, Seen::sign, fires}}},
+        Row{"SuppressedNothingFires",
+            {{0, Seen::sign, false, Switch::suppress}, {300, Seen::sign}, {300, Seen::sign}}},
+        Row{"SuppressionFreezesTheHold",
+            {{0, Seen::sign},
+             {100, Seen::fist, false, Switch::suppress},
+             {100, Seen::sign, fires, Switch::release}}},
+        Row{"SuppressionFreezesTheLatch",
+            {{0, Seen::sign},
+             {200, Seen::sign, fires},
+             {1000, Seen::fist, false, Switch::suppress},
+             {33, Seen::sign, false, Switch::release},
+             {200, Seen::sign}}},
+        Row{"ResetForgetsTheHold",
+            {{0, Seen::sign}, {199, Seen::sign, false, Switch::reset}, {1, Seen::sign}}},
+        Row{"ResetForgetsTheLatch",
+            {{0, Seen::sign},
+             {200, Seen::sign, fires},
+             {1, Seen::sign, false, Switch::reset},
+             {200, Seen::sign, fires}}},
+        Row{"ResetLiftsTheSuppression",
+            {{0, Seen::sign, false, Switch::suppress},
+             {33, Seen::sign, false, Switch::reset},
+             {200, Seen::sign, fires}}}),
+    [](const auto& test) { return test.param.name; });
 
-TEST_F(HandGestureRecognizerTest, AGapOfOneFrameStartsTheHoldAgain) {
-    frame(0, {peace()});
-    frame(150, {fist()});
-    frame(10, {peace()});
-    frame(199, {peace()});
-    EXPECT_EQ(fired, 0);
-    frame(1, {peace()});
-    EXPECT_EQ(fired, 1);
-}
+// --- What counts as the sign -------------------------------------------------------------------
 
 TEST_F(HandGestureRecognizerTest, AnyHandMayShowTheSign) {
     HandPose left = peace();
@@ -189,18 +252,6 @@ TEST_F(HandGestureRecognizerTest, WhileSuppressedTheDebugLineComesAtMostTwiceASe
     frame(10, {});
     EXPECT_EQ(log.count("gesture suppressed: poses=0"), 1u);
     EXPECT_EQ(log.lines().back().level, LogLevel::debug);
-}
-
-TEST_F(HandGestureRecognizerTest, ResetForgetsTheHoldTheLatchAndTheSuppression) {
-    frame(0, {peace()});
-    frame(200, {peace()});
-    recognizer.setSuppressed(true);
-    recognizer.reset();
-    frame(1, {peace()});
-    frame(199, {peace()});
-    EXPECT_EQ(fired, 1);
-    frame(1, {peace()});
-    EXPECT_EQ(fired, 2);
 }
 
 TEST_F(HandGestureRecognizerTest, ParametersCanBeReplaced) {

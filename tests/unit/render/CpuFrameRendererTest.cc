@@ -1,5 +1,6 @@
 #include "render/cpu/CpuFrameRenderer.h"
 
+#include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -166,6 +167,70 @@ TEST(HostileValues, NeverStopAFrame) {
                                  values[(seed >> 8) % std::size(values)]);
         }
         compositeWith(changes);
+    }
+}
+
+std::vector<StrokeBatchRef> waves(int count, double shiftPX = 0) {
+    std::vector<StrokeBatch> batches;
+    for (int i = 0; i < count; ++i) {
+        Stroke wave{.color = i % 2 ? "#FFD23FE6" : "#2E6BE680", .width = 7, .points = {}};
+        for (int point = 0; point < 60; ++point)
+            wave.points.push_back(
+                {10.0 + 5 * point + shiftPX, 20 + 17.0 * i + 30 * std::sin(0.1 * point + i)});
+        batches.emplace_back(
+            StrokeGeometry::tessellate(wave, StrokeGeometry::InkProfile::studioDraw, 3, false),
+            DrawingViewport{320, 180});
+    }
+    return *sharedBatches(std::move(batches));
+}
+
+// Strokes that stand still are held in a layer, and drawn from there.
+TEST(HeldInk, LooksAsInkThatIsDrawnAnew) {
+    const auto device = CpuDevice::create();
+    const auto camera = cameraScene(320, 180);
+    const auto frame = [&](FrameCompositor& compositor) {
+        return compositor.composite(camera, false, FullComposition{}, 0);
+    };
+    const auto kept = FrameCompositor::create(device, 320, 180);
+    const auto waves8 = waves(8), moved = waves(3, 4.5);
+    using Ink = std::vector<StrokeBatchRef>;
+    Ink changed = waves8;
+    changed[2] = moved[2];
+    const Ink grown{waves8[0], waves8[1], waves8[4], waves8[5], moved[0]};
+    struct Step {
+        const char* name;
+        Ink ink;
+        float opacity = 1;
+    };
+    const Step steps[] = {
+        {"new", waves8},
+        {"held", waves8},
+        {"still held", waves8},
+        {"one changed", changed},
+        {"the rest held", changed},
+        {"some gone, one new", grown},
+        {"all held", grown},
+        {"one more, last", {waves8[0], waves8[1], waves8[4], waves8[5], moved[0], moved[1]}},
+        {"it grows", {waves8[0], waves8[1], waves8[4], waves8[5], moved[0], moved[2]}},
+        {"fading", {waves8[0], waves8[1], waves8[4], waves8[5], moved[0]}, 0.5f},
+        {"faded", {waves8[0], waves8[1], waves8[4], waves8[5], moved[0]}, 0.5f},
+        {"twice the same", {waves8[0], waves8[0], waves8[1]}},
+        {"twice the same, held", {waves8[0], waves8[0], waves8[1]}},
+        {"none", {}},
+        {"again", waves8},
+        {"again held", waves8},
+    };
+    for (const Step& step : steps) {
+        const auto ink = std::make_shared<const Ink>(step.ink);
+        kept->setSharedStrokeBatches(ink);
+        kept->setDrawingOpacity(step.opacity);
+        const auto fresh = FrameCompositor::create(device, 320, 180);
+        fresh->setSharedStrokeBatches(ink);
+        fresh->setDrawingOpacity(step.opacity);
+        // A rounding for each stroke that crosses a pixel.
+        const auto delta = difference(*frame(*kept), *frame(*fresh));
+        EXPECT_LE(delta.largest, 3) << step.name;
+        EXPECT_GT(delta.psnr(), 55) << step.name;
     }
 }
 

@@ -330,7 +330,7 @@ StrokeBatch triangleBatch() {
 
 TEST_F(FramePlanTest, StrokesAreDrawnWhileDrawingIsEnabledAndVisible) {
     EXPECT_FALSE(plan().strokes) << "none";
-    inputs.strokeBatches = std::make_shared<const std::vector<StrokeBatch>>(1, triangleBatch());
+    inputs.strokeBatches = sharedBatches({triangleBatch()});
     inputs.drawingOpacity = 0.0001f;
     EXPECT_TRUE(plan().strokes) << "any opacity above 0";
     inputs.drawingOpacity = 0;
@@ -341,10 +341,10 @@ TEST_F(FramePlanTest, StrokesAreDrawnWhileDrawingIsEnabledAndVisible) {
 }
 
 TEST_F(FramePlanTest, AStrokesViewportIsMappedOntoTheFrame) {
-    inputs.strokeBatches = std::make_shared<const std::vector<StrokeBatch>>(1, triangleBatch());
+    inputs.strokeBatches = sharedBatches({triangleBatch()});
     inputs.drawingOpacity = 0.5f;
     inputs.drawingWidthScale = 0.55f;
-    const StrokeUniforms uniforms = strokeUniforms(*plan().strokes, inputs.strokeBatches->front());
+    const StrokeUniforms uniforms = strokeUniforms(*plan().strokes, *inputs.strokeBatches->front());
     EXPECT_EQ(uniforms.mvp * float4(0, 0, 0, 1), float4(-1, 1, 0, 1));
     EXPECT_EQ(uniforms.mvp * float4(200, 100, 0, 1), float4(1, -1, 0, 1));
     EXPECT_EQ(uniforms.color, float4(0.2f, 0.4f, 0.6f, 0.25f));

@@ -57,6 +57,10 @@ bool isCovered(const std::vector<Vertex>& strip, double2 point) {
     return false;
 }
 
+LayerInk inkOf(std::vector<Layer> layers, const LayerInk& before = {}) {
+    return {std::make_shared<const std::vector<Layer>>(std::move(layers)), before};
+}
+
 TEST(LayerInk, ADotIsOneAndAQuarterStrokeWidthsAcross) {
     for (const double width : {6.4, 7.0, 8.0, 12.0, 20.0, 40.0, 200.0})
         EXPECT_NEAR(acrossPX(dotOf(width)), 1.25 * width, 1e-4 * width) << width;
@@ -142,14 +146,48 @@ TEST(LayerInk, TheStrokesOfAllDrawingLayersComeInOrder) {
     Layer caption = drawing(8, viewport);
     caption.kind = LayerKind::caption;
     const Layer other{.id = "lyr", .kind = LayerKind::drawing, .content = TextContent{"text"}};
-    const std::vector<Layer> layers{drawing(8, viewport), caption, other, drawing(4, {640, 480})};
-    const auto batches = inkBatches(layers);
+    const auto batches =
+        *inkOf({drawing(8, viewport), caption, other, drawing(4, {640, 480})}).batches();
     ASSERT_EQ(batches.size(), 4u);
-    EXPECT_EQ(batches[0].color, (float4{1, 0, 0, 1}));
-    EXPECT_EQ(batches[1].color, (float4{0, 1, 0, 1}));
-    EXPECT_EQ(batches[1].viewportWidthPX, 1920);
-    EXPECT_EQ(batches[2].viewportWidthPX, 640);
-    EXPECT_TRUE(inkBatches({}).empty());
+    EXPECT_EQ(batches[0]->color, (float4{1, 0, 0, 1}));
+    EXPECT_EQ(batches[1]->color, (float4{0, 1, 0, 1}));
+    EXPECT_EQ(batches[1]->viewportWidthPX, 1920);
+    EXPECT_EQ(batches[2]->viewportWidthPX, 640);
+    EXPECT_TRUE(inkOf({}).batches()->empty());
+}
+
+TEST(LayerInk, AStrokeThatDidNotChangeKeepsItsBatch) {
+    const auto layerOf = [](std::vector<Stroke> strokes) {
+        return Layer{.id = "lyr",
+                     .kind = LayerKind::drawing,
+                     .content =
+                         DrawingContent{.strokes = std::move(strokes), .viewport = viewport}};
+    };
+    const Stroke a{"#FF0000", 8, {{0, 0}, {50, 0}}}, b{"#00FF00", 8, {{0, 9}, {50, 9}}},
+        nothing{"#00FF00", 8, {{5, 5}, {5, 5}}}, c{"#0000FF", 8, {{7, 7}}};
+    Stroke longer = b;
+    longer.points.push_back({90, 9});
+    const LayerInk first = inkOf({layerOf({a, b, nothing, c})});
+    const auto& before = *first.batches();
+    ASSERT_EQ(before.size(), 3u);
+
+    const LayerInk grown = inkOf({layerOf({a, longer, nothing, c})}, first);
+    const auto& after = *grown.batches();
+    ASSERT_EQ(after.size(), 3u);
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_NE(after[1], before[1]);
+    EXPECT_EQ(*after[1], *inkBatch(longer, viewport));
+    EXPECT_EQ(after[2], before[2]);
+
+    const LayerInk shorter = inkOf({layerOf({longer, c})}, grown);
+    EXPECT_EQ(*shorter.batches(), (std::vector{after[1], after[2]})) << "others are gone";
+
+    for (Stroke changed : {Stroke{"#FF0001", 8, a.points}, Stroke{"#FF0000", 9, a.points},
+                           Stroke{"#FF0000", 8, {{1, 0}, {50, 0}}}})
+        EXPECT_NE(inkOf({layerOf({changed, b})}, first).batches()->front(), before[0]);
+    Layer elsewhere = layerOf({a});
+    std::get<DrawingContent>(elsewhere.content).viewport = {640, 480};
+    EXPECT_EQ(inkOf({elsewhere}, first).batches()->front()->viewportWidthPX, 640);
 }
 
 } // namespace

@@ -90,8 +90,8 @@ TEST_F(LayerRendererTest, DrawingLayersBecomeStrokes) {
     renderer.setLayers({drawing}, 1);
     const auto batches = compositor->inputs().strokeBatches;
     ASSERT_EQ(batches->size(), 2u);
-    EXPECT_EQ((*batches)[0].color, (float4{1, 0, 0, 1}));
-    EXPECT_EQ((*batches)[1].color, (float4{0, 1, 0, 1}));
+    EXPECT_EQ((*batches)[0]->color, (float4{1, 0, 0, 1}));
+    EXPECT_EQ((*batches)[1]->color, (float4{0, 1, 0, 1}));
     renderer.setTexture(LayerTextureBinding{picture(), true}, "d");
     EXPECT_EQ(strokes(), 2u);
     renderer.setLayers({}, 1);

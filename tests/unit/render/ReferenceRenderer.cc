@@ -246,7 +246,8 @@ void drawInkTriangle(PixelBuffer& frame, const StrokeUniforms& uniforms, const f
 }
 
 void drawStrokes(PixelBuffer& frame, const StrokesDraw& draw) {
-    for (const StrokeBatch& batch : *draw.batches) {
+    for (const StrokeBatchRef& held : *draw.batches) {
+        const StrokeBatch& batch = *held;
         const StrokeUniforms uniforms = strokeUniforms(draw, batch);
         for (int i = 2; i < drawnVertexCount(batch); ++i) {
             const float* last = batch.vertexBuffer.data() + static_cast<ptrdiff_t>(i) * 6;

@@ -9,7 +9,7 @@ namespace lanternfly::StrokeGeometry {
 
 namespace {
 
-Stroke strokeOf(std::vector<std::vector<double>> points, double width = 7) {
+Stroke strokeOf(std::vector<Stroke::Point> points, double width = 7) {
     return {.color = "#FFFFFFE6", .width = width, .points = std::move(points)};
 }
 
@@ -18,7 +18,7 @@ double widthPX(const Vertex& vertex) {
 }
 
 Stroke straightStroke(double lengthPX, int pointCount) {
-    std::vector<std::vector<double>> points;
+    std::vector<Stroke::Point> points;
     for (int i = 0; i < pointCount; ++i)
         points.push_back({lengthPX * i / (pointCount - 1), 40.0});
     return strokeOf(std::move(points));
@@ -118,7 +118,7 @@ TEST(StrokeGeometry, ANegativeWidthLeavesTheFeatherAlone) {
 }
 
 TEST(StrokeGeometry, AClosedLoopKeepsItsWidthAndRepeatsNoVertex) {
-    std::vector<std::vector<double>> ring;
+    std::vector<Stroke::Point> ring;
     for (int i = 0; i < 24; ++i)
         ring.push_back({50 + 5 * std::cos(i * M_PI / 12), 50 + 5 * std::sin(i * M_PI / 12)});
     const auto mesh = tessellate(strokeOf(std::move(ring)), InkProfile::studioDraw, 0, true);

@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/linux/vision/HandModelFolder.h"
@@ -14,6 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* detectorFile = "hand_detector.onnx";
+constexpr const char* landmarksFile = "hand_landmarks.onnx";
 const fs::path models = fs::path(LANTERNFLY_SOURCE_DIR) / "models";
 
 std::string bytesOf(const fs::path& file) {
@@ -29,8 +32,9 @@ protected:
                  testing::UnitTest::GetInstance()->current_test_info()->name();
         fs::remove_all(folder);
         fs::create_directories(folder);
-        fs::copy(models / HandNetworks::detectorFile, folder);
-        fs::copy(models / HandNetworks::landmarksFile, folder);
+        fs::copy(models / HandModel::descriptionFile, folder);
+        fs::copy(models / detectorFile, folder);
+        fs::copy(models / landmarksFile, folder);
     }
     void TearDown() override { fs::remove_all(folder); }
 
@@ -40,7 +44,7 @@ protected:
     // The sentence of the error that loading ends in, or nothing.
     std::string refusal() const {
         try {
-            HandNetworks networks(folder);
+            HandNetworks networks(HandModel::read(folder));
         } catch (const HandPoseError& error) {
             EXPECT_EQ(error.kind, HandPoseError::Kind::modelUnreadable);
             return error.what();
@@ -62,25 +66,25 @@ TEST_F(DamagedModels, AreNotThereYet) {
 }
 
 TEST_F(DamagedModels, AMissingFileIsNamed) {
-    fs::remove(folder / HandNetworks::landmarksFile);
+    fs::remove(folder / landmarksFile);
     EXPECT_EQ(refusal(), sentence("hand_landmarks.onnx", "the file cannot be opened"));
 }
 
 TEST_F(DamagedModels, AnEmptyFileIsNamed) {
-    write(HandNetworks::detectorFile, "");
+    write(detectorFile, "");
     EXPECT_EQ(refusal(), sentence("hand_detector.onnx", "the file is empty"));
 }
 
 TEST_F(DamagedModels, AFolderIsNoModel) {
-    fs::remove(folder / HandNetworks::detectorFile);
-    fs::create_directory(folder / HandNetworks::detectorFile);
+    fs::remove(folder / detectorFile);
+    fs::create_directory(folder / detectorFile);
     EXPECT_NE(refusal(), "");
 }
 
 TEST_F(DamagedModels, AnyTruncationIsRefused) {
-    const std::string whole = bytesOf(models / HandNetworks::detectorFile);
+    const std::string whole = bytesOf(models / detectorFile);
     for (const size_t size : {size_t{1}, size_t{100}, whole.size() / 3, whole.size() - 1}) {
-        write(HandNetworks::detectorFile, whole.substr(0, size));
+        write(detectorFile, whole.substr(0, size));
         EXPECT_EQ(refusal(), sentence("hand_detector.onnx",
                                       "it is damaged or no network that this program can run"))
             << size << " bytes";
@@ -88,26 +92,35 @@ TEST_F(DamagedModels, AnyTruncationIsRefused) {
 }
 
 TEST_F(DamagedModels, TheOtherNetworkIsRefused) {
-    write(HandNetworks::landmarksFile, bytesOf(models / HandNetworks::detectorFile));
+    write(landmarksFile, bytesOf(models / detectorFile));
     EXPECT_NE(refusal().find("hand_landmarks.onnx"), std::string::npos);
-    write(HandNetworks::landmarksFile, bytesOf(models / HandNetworks::landmarksFile));
-    write(HandNetworks::detectorFile, bytesOf(models / HandNetworks::landmarksFile));
+    write(landmarksFile, bytesOf(models / landmarksFile));
+    write(detectorFile, bytesOf(models / landmarksFile));
     EXPECT_NE(refusal().find("hand_detector.onnx"), std::string::npos);
 }
 
 TEST_F(DamagedModels, WeightsThatAreNoNumbersAreRefused) {
-    std::string bytes = bytesOf(models / HandNetworks::detectorFile);
+    std::string bytes = bytesOf(models / detectorFile);
     // Most of the file is weights; a row of NaN in their middle reaches every output.
     const float nan = std::numeric_limits<float>::quiet_NaN();
     for (size_t i = 0; i < 4000; ++i)
         std::memcpy(bytes.data() + bytes.size() / 2 + i * sizeof nan, &nan, sizeof nan);
-    write(HandNetworks::detectorFile, bytes);
+    write(detectorFile, bytes);
     EXPECT_NE(refusal(), "");
+}
+
+TEST_F(DamagedModels, ADescriptionOfAnotherInputIsRefused) {
+    std::string text = bytesOf(models / HandModel::descriptionFile);
+    const std::string own = "\"width\": 320";
+    text.replace(text.find(own), own.size(), "\"width\": 256");
+    write(HandModel::descriptionFile, text);
+    EXPECT_THAT(refusal(),
+                testing::HasSubstr("its input is 320 × 192, but hand_model.json says 256 × 192."));
 }
 
 // Whatever happened to the bytes, loading ends in networks or in an error that says which file.
 TEST_F(DamagedModels, RandomDamageNeverDoesMoreThanRefuse) {
-    const std::string whole = bytesOf(models / HandNetworks::detectorFile);
+    const std::string whole = bytesOf(models / detectorFile);
     std::mt19937 random(3);
     const auto below = [&](size_t n) { return static_cast<size_t>(random()) % n; };
     int refused = 0;
@@ -121,7 +134,7 @@ TEST_F(DamagedModels, RandomDamageNeverDoesMoreThanRefuse) {
             for (int i = 0; i < 3; ++i)
                 bytes[from + below(4000)] = static_cast<char>(random());
         }
-        write(HandNetworks::detectorFile, bytes);
+        write(detectorFile, bytes);
         const std::string text = refusal();
         if (text.empty()) continue;
         ++refused;
@@ -130,9 +143,8 @@ TEST_F(DamagedModels, RandomDamageNeverDoesMoreThanRefuse) {
     EXPECT_GT(refused, 30);
 }
 
-TEST(HandModelFolder, HoldsBothNetworks) {
-    EXPECT_TRUE(fs::exists(defaultHandModelFolder() / HandNetworks::detectorFile));
-    EXPECT_TRUE(fs::exists(defaultHandModelFolder() / HandNetworks::landmarksFile));
+TEST(HandModelFolder, HoldsAModel) {
+    EXPECT_TRUE(fs::exists(HandModel::read(defaultHandModelFolder()).detector.file));
 }
 
 } // namespace lanternfly

@@ -18,6 +18,7 @@ public:
         double score = 0.9;
     };
     std::vector<Hand> hands;
+    std::vector<FaceCandidate> faces;
     int searches = 0;
     int readings = 0;
     int readingsWithPrior = 0;
@@ -25,13 +26,16 @@ public:
     int widthPX() const override { return 1000; }
     int heightPX() const override { return 1000; }
 
-    HandCandidates findHands(double threshold) override {
+    Sighting search(double handThreshold) override {
         ++searches;
-        HandCandidates found;
+        Sighting seen;
         for (const Hand& hand : hands)
-            if (hand.score > threshold)
-                found.items[found.count++] = {hand.score, cropAround(hand.reading.joints)};
-        return found;
+            if (hand.score > handThreshold)
+                seen.hands.items[seen.hands.count++] = {hand.score,
+                                                        cropAround(hand.reading.joints)};
+        for (const FaceCandidate& face : faces)
+            seen.faces.items[seen.faces.count++] = face;
+        return seen;
     }
 
     // The hand in the crop, or a reading of nothing.
@@ -198,7 +202,7 @@ TEST(HandTracker, LetsAReadingGoThatBurstsCollapsesOrIsNoNumber) {
             explicit Answer(const JointPositions& answer) : _answer(answer) {}
             int widthPX() const override { return 1000; }
             int heightPX() const override { return 1000; }
-            HandCandidates findHands(double) override { return {}; }
+            Sighting search(double) override { return {}; }
             HandReading read(const HandCrop&, const JointPrior*) override {
                 return testReading(_answer);
             }
@@ -284,6 +288,93 @@ TEST(HandTracker, TwoHandsThatAreBothCertainKeepTheirChirality) {
     HandTracker tracker = following(scene, 10);
     EXPECT_GT(tracker.hands()[0].chiralityVote(), 3);
     EXPECT_GT(tracker.hands()[1].chiralityVote(), 3);
+}
+
+// A weak look of the detector and a reading of little confidence: a bright window for instance.
+Scene::Hand somethingLikeAHandAt(double2 wrist) {
+    Scene::Hand hand = handAt(wrist, 0.55f);
+    hand.score = 0.42;
+    return hand;
+}
+
+TEST(HandTracker, WhatOnlyRemindsOfAHandIsFollowedAndNotReported) {
+    Scene scene;
+    scene.hands = {somethingLikeAHandAt(here)};
+    HandTracker tracker = following(scene, 50);
+    ASSERT_EQ(tracker.hands().size(), 1u);
+    EXPECT_FALSE(tracker.isConfirmed(tracker.hands()[0]));
+}
+
+TEST(HandTracker, OneReadingOfConfidenceProvesAHandForGood) {
+    Scene scene;
+    scene.hands = {somethingLikeAHandAt(here)};
+    HandTracker tracker = following(scene, 5);
+    scene.hands[0].reading = testReading(testHand(here), 0.71f);
+    tracker.follow(scene);
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
+    scene.hands[0] = somethingLikeAHandAt(here);
+    tracker.follow(scene);
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
+}
+
+TEST(HandTracker, OneSureLookOfTheDetectorProvesAHand) {
+    Scene scene;
+    scene.hands = {somethingLikeAHandAt(here)};
+    HandTracker tracker = following(scene, 5);
+    scene.hands[0].score = 0.56;
+    tracker.follow(scene); // the sixth picture is searched
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
+}
+
+TEST(HandTracker, AHandThatAppearsOnAFaceNeedsBothProofs) {
+    Scene scene;
+    scene.hands = {handAt(here, 0.9f)};
+    scene.hands[0].score = 0.42;
+    const FaceCandidate face{.score = 0.8, .centre = here - double2{0, 70}, .size = {120, 160}};
+    scene.faces = {face};
+    HandTracker tracker = following(scene, 5);
+    ASSERT_EQ(tracker.hands().size(), 1u);
+    EXPECT_FALSE(tracker.isConfirmed(tracker.hands()[0]));
+    scene.hands[0].score = 0.9;
+    tracker.follow(scene);
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
+}
+
+TEST(HandTracker, AHandThatMovesInFrontOfAFaceStays) {
+    Scene scene;
+    scene.hands = {handAt(here)};
+    HandTracker tracker = following(scene, 3);
+    scene.faces = {{.score = 0.8, .centre = here, .size = {400, 400}}};
+    scene.hands[0].score = 0;
+    for (int i = 0; i < 20; ++i)
+        tracker.follow(scene);
+    ASSERT_EQ(tracker.hands().size(), 1u);
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
+}
+
+TEST(HandTracker, WhatWasNeverProvenGivesWayToAHand) {
+    Scene scene;
+    scene.hands = {somethingLikeAHandAt({150, 400}), somethingLikeAHandAt({850, 400})};
+    HandTracker tracker = following(scene, 5);
+    ASSERT_EQ(tracker.hands().size(), 2u);
+    scene.hands.push_back(handAt({500, 900}));
+    tracker.follow(scene);
+    ASSERT_EQ(tracker.hands().size(), 2u);
+    EXPECT_EQ(tracker.hands()[0].reading().joints[0], double2(850, 400));
+    EXPECT_EQ(tracker.hands()[1].reading().joints[0], double2(500, 900));
+    tracker.follow(scene);
+    EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[1]));
+}
+
+TEST(HandTracker, TwoProvenHandsGiveWayToNone) {
+    Scene scene;
+    scene.hands = {handAt({150, 400}), handAt({850, 400})};
+    HandTracker tracker = following(scene, 5);
+    scene.hands.push_back(handAt({500, 900}));
+    for (int i = 0; i < 20; ++i)
+        tracker.follow(scene);
+    EXPECT_EQ(tracker.hands()[0].reading().joints[0], double2(150, 400));
+    EXPECT_EQ(tracker.hands()[1].reading().joints[0], double2(850, 400));
 }
 
 TEST(HandTracker, ForgetsEverythingOnReset) {

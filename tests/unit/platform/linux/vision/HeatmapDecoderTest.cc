@@ -11,15 +11,15 @@
 namespace lanternfly {
 namespace {
 
-constexpr int side = HeatmapDecoder::mapSide;
+constexpr int side = 40;
+constexpr size_t cellsPerMap = side * side;
 
 // Logits of all maps, and blobs to put on them.
 struct Maps {
-    std::vector<float> logits = std::vector<float>(HeatmapDecoder::logitCount, -20.f);
+    std::vector<float> logits = std::vector<float>(handJointCount * cellsPerMap, -20.f);
 
     float& at(HandJoint joint, int x, int y) {
-        return logits[index(joint) * HeatmapDecoder::cellsPerMap +
-                      static_cast<size_t>(y * side + x)];
+        return logits[index(joint) * cellsPerMap + static_cast<size_t>(y * side + x)];
     }
     // Log of a Gaussian of 1.2 cells.
     void addBlob(HandJoint joint, double x, double y, double height) {
@@ -40,7 +40,7 @@ struct Maps {
         return maps;
     }
     HeatmapDecoder::Joints decode(const HeatmapDecoder::Expectation* expected = nullptr) const {
-        HeatmapDecoder decoder;
+        HeatmapDecoder decoder(side);
         HeatmapDecoder::Joints joints;
         decoder.decode(logits, expected, joints);
         return joints;
@@ -73,7 +73,7 @@ TEST(HeatmapDecoder, AgreesWithAStraightforwardEvaluationOfRandomMaps) {
         logit += noise(random);
     const HeatmapDecoder::Joints joints = maps.decode();
     for (size_t i = 0; i < handJointCount; ++i) {
-        const float* map = maps.logits.data() + i * HeatmapDecoder::cellsPerMap;
+        const float* map = maps.logits.data() + i * cellsPerMap;
         double total = 0;
         int px = 0, py = 0;
         for (int y = 0; y < side; ++y)

@@ -71,8 +71,8 @@ TEST(OpenCvHandPoseDetector, SaysEveryTimeThatItsModelsAreMissing) {
             FAIL();
         } catch (const HandPoseError& error) {
             EXPECT_EQ(error.kind, HandPoseError::Kind::modelUnreadable);
-            EXPECT_STREQ(error.what(), "The hand model \"/nonexistent/hand_detector.onnx\" cannot "
-                                       "be used: the file cannot be opened.");
+            EXPECT_STREQ(error.what(), "The hand model \"/nonexistent\" cannot be used: there is "
+                                       "no such folder.");
         }
         EXPECT_TRUE(hands.empty());
     }

@@ -1,0 +1,136 @@
+// Frames with a page full of ink, 50 strokes of 500 points at 1080p on the processor: every frame
+// is composited over a camera picture, whose own cost is the first row.
+#include <cmath>
+#include <cstring>
+
+#include <benchmark/benchmark.h>
+
+#include "annotate/DrawController.h"
+#include "gpu/cpu/CpuDevice.h"
+#include "render/FrameCompositor.h"
+#include "render/LayerRenderer.h"
+
+namespace lanternfly {
+namespace {
+
+constexpr int width = 1920;
+constexpr int height = 1080;
+constexpr int strokeCount = 50;
+constexpr int pointCount = 500;
+constexpr double frameSeconds = 1.0 / 30;
+
+double2 onScribble(int stroke, int point) {
+    const double t = point / (pointCount - 1.0);
+    return {60 + 20.0 * stroke + 500 * t + 20 * std::sin(20 * t),
+            90 + 18.0 * stroke + 80 * std::sin(9 * t + stroke)};
+}
+
+std::vector<StrokeBatch> tessellated(double shiftPX) {
+    std::vector<StrokeBatch> batches;
+    for (int i = 0; i < strokeCount; ++i) {
+        Stroke stroke{.color = "#FFD23FE6", .width = 7, .points = {}};
+        for (int point = 0; point < pointCount; ++point) {
+            const double2 at = onScribble(i, point);
+            stroke.points.push_back({at.x + shiftPX, at.y});
+        }
+        batches.emplace_back(
+            StrokeGeometry::tessellate(stroke, StrokeGeometry::InkProfile::studioDraw, 0, false),
+            DrawingViewport{width, height});
+    }
+    return batches;
+}
+
+struct Canvas {
+    Canvas() { std::memset(camera->data(), 110, camera->strideBytes() * height); }
+    void frame() {
+        benchmark::DoNotOptimize(compositor->composite(camera, false, FullComposition{}, 0));
+    }
+    void show(const std::optional<Layer>& layer) {
+        std::vector<Layer> layers;
+        if (layer) layers.push_back(*layer);
+        renderer.setLayers(std::move(layers), 16.0f / 9);
+    }
+    void drawAll() {
+        controller.setOnLayerUpdate(nullptr);
+        controller.enterDrawMode();
+        for (int stroke = 0; stroke < strokeCount; ++stroke) {
+            controller.pointerBegan(onScribble(stroke, 0));
+            for (int i = 1; i < pointCount; ++i)
+                controller.pointerMoved(onScribble(stroke, i));
+        }
+        controller.pointerEnded();
+        controller.setOnLayerUpdate([this](const auto& layer) { show(layer); });
+        show(controller.currentLayer());
+    }
+
+    std::shared_ptr<FrameCompositor> compositor =
+        FrameCompositor::create(CpuDevice::create(), width, height);
+    LayerRenderer renderer{compositor};
+    DrawController controller{{width, height}, "lyr_ink", "#FFD23FE6", 7};
+    PixelBufferRef camera = PixelBuffer::create(width, height);
+};
+
+void frameWithoutInk(benchmark::State& state) {
+    Canvas canvas;
+    for (auto _ : state)
+        canvas.frame();
+}
+BENCHMARK(frameWithoutInk)->Unit(benchmark::kMillisecond);
+
+// Every frame brings strokes that were not there before, tessellated without smoothing.
+void frameTessellatedAnew(benchmark::State& state) {
+    Canvas canvas;
+    double shiftPX = 0;
+    for (auto _ : state) {
+        shiftPX = 1 - shiftPX;
+        canvas.compositor->setStrokeBatches(tessellated(shiftPX));
+        canvas.frame();
+    }
+}
+BENCHMARK(frameTessellatedAnew)->Unit(benchmark::kMillisecond);
+
+void frameWithCommittedInk(benchmark::State& state) {
+    Canvas canvas;
+    canvas.drawAll();
+    for (auto _ : state)
+        canvas.frame();
+}
+BENCHMARK(frameWithCommittedInk)->Unit(benchmark::kMillisecond);
+
+// One more stroke grows by a point a frame, to 300 points and then anew.
+void frameWhileDrawing(benchmark::State& state) {
+    Canvas canvas;
+    canvas.drawAll();
+    const auto at = [](int point) { return onScribble(20, point) + double2{300, 300}; };
+    int point = 0;
+    for (auto _ : state) {
+        if (point % 300 == 0) {
+            state.PauseTiming();
+            canvas.controller.clearAll();
+            canvas.drawAll();
+            canvas.controller.pointerBegan(at(0));
+            state.ResumeTiming();
+        }
+        canvas.controller.pointerMoved(at(++point % 300));
+        canvas.frame();
+    }
+}
+BENCHMARK(frameWhileDrawing)->Unit(benchmark::kMillisecond);
+
+// All of it unwrites at once, none of it noticeably shorter yet.
+void frameWhileUnwriting(benchmark::State& state) {
+    Canvas canvas;
+    canvas.drawAll();
+    canvas.controller.exitDrawMode();
+    canvas.controller.setUnwriteMinSeconds(1e5);
+    canvas.controller.setUnwriteMaxSeconds(1e5);
+    canvas.controller.tick(4);
+    for (auto _ : state) {
+        canvas.controller.tick(frameSeconds);
+        canvas.frame();
+    }
+}
+BENCHMARK(frameWhileUnwriting)->Unit(benchmark::kMillisecond);
+
+} // namespace
+} // namespace lanternfly
