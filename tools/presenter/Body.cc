@@ -72,8 +72,7 @@ float Body::head(V3 h, int& mat, float* hairDist) const {
     return d * headScale;
 }
 
-float Body::map(V3 p, int* mat) const {
-    V3 t = p - torso;
+float Body::cloth(V3 p, V3 t, int* mat) const {
     float b = sdCapsule(t, {-13.5f, -22.5f, -5}, {13.5f, -22.5f, -5}, 5.6f, 5.6f);
     V3 tm{std::fabs(t.x), t.y, t.z};
     b = smin(b, sdCapsule(tm, {4.2f, -17.2f, -5}, {14.f, -21.4f, -5.2f}, 2.9f, 4.2f),
@@ -88,14 +87,26 @@ float Body::map(V3 p, int* mat) const {
     float neckHole = std::sqrt(sq(cc.x) + sq(cc.z)) - 6.1f;
     b = smax(b, -smax(neckHole, -cc.y - .6f, .4f), .3f);
     b = smax(b, cc.y - .1f - .9f * std::max(0.f, neckHole), .4f);
+    if (mat) *mat = ring < b ? 3 : 1;
+    return ring < b ? smin(b, ring, .3f) : b;
+}
+
+float Body::map(V3 p, int* mat) const {
+    V3 t = p - torso;
+    // Far below the head and well above the shoulders only one of the two can be the nearest.
+    const float headAtLeast = (len(p - pos) - 22.5f * headScale), clothAtLeast = t.y + 8.5f;
     int m = 0;
-    float d = head(headLocal(p), m);
-    if (ring < b) {
-        b = smin(b, ring, .3f);
-        if (b < d) m = 3;
-    } else if (b < d)
-        m = 1;
-    if (mat) *mat = m;
+    float d = 1e9f;
+    if (clothAtLeast > 0) {
+        d = head(headLocal(p), m);
+        if (d < clothAtLeast) {
+            if (mat) *mat = m;
+            return d;
+        }
+    }
+    const float b = cloth(p, t, mat);
+    if (clothAtLeast <= 0 && headAtLeast < b) d = head(headLocal(p), m);
+    if (d <= b && mat) *mat = m;
     return std::min(d, b);
 }
 

@@ -20,6 +20,8 @@ struct Body {
     float head(V3 h, int& mat, float* hairDist = nullptr) const;
     // Distance with material: 0 skin, 1 cloth, 2 hair, 3 collar.
     float map(V3 p, int* mat = nullptr) const;
+    // Distance of the clothes from p, t in their own space, with its material.
+    float cloth(V3 p, V3 t, int* mat) const;
     Surf surface(V3 p, V3& n, int mat) const;
     // Face rectangle (brow to chin, cheek to cheek) in pixels: x, y, width, height.
     void faceRect(const Camera& cam, float* r) const;

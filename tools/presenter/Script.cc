@@ -1,18 +1,10 @@
 #include "Script.h"
 
+#include "Choreography.h"
+
 namespace presenter {
 
 namespace {
-
-struct Key {
-    float t;
-    V3 p;
-    float roll, yaw, pitch;
-};
-struct PoseKey {
-    float t;
-    PoseName n;
-};
 
 float pchip(float y0, float y1, float y2, float y3, float h0, float h1, float h2,
             float u) { // monotone cubic: no overshoot
@@ -24,12 +16,13 @@ float pchip(float y0, float y1, float y2, float y3, float h0, float h1, float h2
            (u3 - u2) * h1 * m2;
 }
 
-void evalKeys(const std::vector<Key>& k, float t, V3& p, Quat& q) {
+void evalPlaces(const std::vector<PlaceKey>& k, float t, V3& p, Quat& q) {
     int n = int(k.size()), i = 0;
     t = std::min(k[n - 1].t - 1e-4f, std::max(k[0].t, t));
     while (i < n - 2 && t >= k[i + 1].t)
         i++;
-    const Key &a = k[std::max(0, i - 1)], &b = k[i], &c = k[i + 1], &d = k[std::min(n - 1, i + 2)];
+    const PlaceKey &a = k[std::max(0, i - 1)], &b = k[i], &c = k[i + 1],
+                   &d = k[std::min(n - 1, i + 2)];
     float h1 = c.t - b.t, h0 = std::max(1e-3f, b.t - a.t), h2 = std::max(1e-3f, d.t - c.t),
           u = (t - b.t) / h1;
     auto f = [&](float V3::*m) { return pchip(a.p.*m, b.p.*m, c.p.*m, d.p.*m, h0, h1, h2, u); };
@@ -54,116 +47,26 @@ float wobble(float t, int ch) {
            .18f * noise3({t * 9.f, ch * 3.1f, 4.f});
 }
 
-} // namespace
-
-float scriptLength(const std::string& s) {
-    return s == "pinch_loop" ? 4.f : 24.f;
+// From the notch round to it again, in parts of half the width. Like a hand, it slows down where
+// the line turns.
+V3 heartAt(float u) {
+    u = mix(u, u * u * (3 - 2 * u), .35f);
+    float a = 2 * kPi * u, s = std::sin(a);
+    return V3(s * s * s,
+              (13 * std::cos(a) - 5 * std::cos(2 * a) - 2 * std::cos(3 * a) - std::cos(4 * a) - 5) /
+                  14.5f,
+              0);
 }
 
-Moment scriptAt(const std::string& script, float t, const std::vector<HandPose>& lib, int seed) {
-    Moment m;
-    using P = PoseName;
-    std::vector<Key> R, L;
-    std::vector<PoseKey> RP, LP;
-    const V3 downR{-23, -52, -66}, downL{23, -52, -66};
-    if (script == "pinch_loop") {
-        R = {{0, {-21, -12, -62}, 8, 10, -12},
-             {2, {-19, -10, -61}, 6, 14, -14},
-             {4, {-21, -12, -62}, 8, 10, -12}};
-        for (int i = 0; i < 4; i++) {
-            float b = float(i);
-            RP.insert(RP.end(), {{b, P::PinchOpen},
-                                 {b + .38f, P::PinchOpen},
-                                 {b + .50f, P::PinchClosed},
-                                 {b + .82f, P::PinchClosed},
-                                 {b + .94f, P::PinchOpen}});
-        }
-        RP.push_back({4.f, P::PinchOpen});
-        L = {{0, downL, 0, 0, 0}, {4, downL, 0, 0, 0}};
-        LP = {{0, P::Relaxed}, {4, P::Relaxed}};
-    } else {
-        R = {{0, downR, 0, 10, -20},
-             {1.9f, downR, 0, 10, -20},
-             {2.9f, {-24, -10, -62}, 12, 6, -8},
-             {3.7f, {-24, -9, -62}, 8, 8, -10},
-             {4.45f, {-23, -9, -62}, 8, 12, -14},
-             // drag along an arc under the chin, to the other side of the picture
-             {5.2f, {-14, -14.5f, -61}, 2, 14, -14},
-             {5.9f, {-3, -17.5f, -60}, -8, 12, -16},
-             {6.8f, {10, -14.5f, -60}, -22, 10, -16},
-             {7.1f, {11, -14, -60}, -23, 10, -16},
-             // towards the camera and back
-             {8.5f, {2, -12.5f, -44}, -18, 12, -14},
-             {8.9f, {2, -12.5f, -44}, -18, 12, -14},
-             {10.15f, {10, -14, -61}, -20, 12, -16},
-             {10.3f, {10, -14, -61}, -20, 12, -16},
-             // throw to the left, released on the way
-             {10.95f, {-24, -11, -60}, 14, 8, -10},
-             {12.9f, {-22, -12, -62}, 8, 10, -12},
-             {13.6f, {-12, -12, -61}, 4, 14, -14},
-             {13.85f, {-12, -12, -61}, 4, 14, -14},
-             {15.0f, {-24, -6, -60}, 16, 12, -12},
-             {15.7f, {-25, -13, -68}, 22, 10, -12},
-             {16.4f, {-23, -9, -63}, 14, 12, -12},
-             {17.0f, {-21, -9, -61}, 8, 12, -14},
-             {17.6f, {-20, -14.5f, -61}, 8, 12, -14},
-             {20.7f, {-20, -14.5f, -61}, 8, 12, -14},
-             {21.2f, {-22, -12, -62}, 8, 4, -6},
-             {22.1f, {-22, -11.5f, -62}, 7, 5, -6},
-             {23.2f, downR, 0, 10, -20},
-             {24, downR, 0, 10, -20}};
-        RP = {{0, P::Relaxed},          {2.2f, P::Relaxed},       {2.8f, P::Open},
-              {3.5f, P::Open},          {3.85f, P::PinchOpen},    {4.2f, P::PinchOpen},
-              {4.32f, P::PinchClosed},  {10.58f, P::PinchClosed}, {10.70f, P::PinchOpen},
-              {11.1f, P::Open},         {12.6f, P::Open},         {13.0f, P::PinchOpen},
-              {13.55f, P::PinchOpen},   {13.67f, P::PinchClosed}, {16.4f, P::PinchClosed},
-              {16.52f, P::PinchOpen},   {17.45f, P::PinchOpen},   {17.57f, P::PinchClosed},
-              {20.75f, P::PinchClosed}, {20.87f, P::PinchOpen},   {21.2f, P::Peace},
-              {22.1f, P::Peace},        {22.5f, P::Relaxed},      {24, P::Relaxed}};
-        L = {{0, downL, 0, 10, -20},
-             {11.8f, downL, 0, 10, -20},
-             {12.9f, {22, -12, -62}, 10, 8, -10},
-             {13.6f, {13, -12, -61}, 4, 14, -14},
-             {13.85f, {13, -12, -61}, 4, 14, -14},
-             {15.0f, {22, -13, -47}, 12, 12, -12},
-             {15.7f, {23, -8, -47}, 6, 12, -12},
-             {16.4f, {23, -11, -54}, 12, 12, -12},
-             {16.9f, {23, -12, -58}, 8, 10, -12},
-             {17.8f, downL, 0, 10, -20},
-             {24, downL, 0, 10, -20}};
-        LP = {{0, P::Relaxed},          {12.1f, P::Relaxed},     {12.7f, P::Open},
-              {12.95f, P::Open},        {13.2f, P::PinchOpen},   {13.55f, P::PinchOpen},
-              {13.67f, P::PinchClosed}, {16.4f, P::PinchClosed}, {16.52f, P::PinchOpen},
-              {16.9f, P::Open},         {17.3f, P::Relaxed},     {24, P::Relaxed}};
-    }
-    const std::vector<Key>* K[2] = {&R, &L};
-    const std::vector<PoseKey>* KP[2] = {&RP, &LP};
-    for (int i = 0; i < 2; i++) {
-        HandState& h = m.hand[i];
-        evalKeys(*K[i], t, h.pos, h.rot);
-        h.pose = evalPose(*KP[i], t, lib);
-        if (script != "pinch_loop" && i == 0 && t > 17.75f &&
-            t < 20.65f) { // heart, starting and ending at its lower tip
-            float u = (t - 17.75f) / 2.9f;
-            u = u * u * (3 - 2 * u) * .35f + u * .65f;
-            float a = kPi + 2 * kPi * u;
-            float s = std::sin(a);
-            h.pos += V3(16 * s * s * s,
-                        13 * std::cos(a) - 5 * std::cos(2 * a) - 2 * std::cos(3 * a) -
-                            std::cos(4 * a) + 17.f,
-                        0) *
-                     .36f;
-        }
-        int c = i * 40 + seed * 91;
-        h.pos += V3(wobble(t, c), wobble(t, c + 1), wobble(t, c + 2)) * .22f;
-        h.rot = h.rot *
-                euler(wobble(t, c + 3) * 1.3f, wobble(t, c + 4) * 1.6f, wobble(t, c + 5) * 1.3f);
-        for (int k = 0; k < HandPose::N; k++)
-            h.pose.data()[k] += wobble(t * .8f, c + 6 + k) * (k < 4 ? .6f : k < 16 ? 1.3f : .7f);
-        h.present = h.pos.y > -46.f;
-    }
-    // head: small sways, follows the active hand, blinks
+float during(const Span& span, float t, float ease) {
+    return smooth(span.from, span.from + ease, t) * (1 - smooth(span.to - ease, span.to, t));
+}
+
+// Sways a little, follows the right hand, blinks and smiles.
+void moveHead(Moment& m, const Choreography& c, float t, int seed) {
     V3 look = (m.hand[0].pos + V3(0, 8, 0)) * (m.hand[0].present ? 1.f : 0.f);
+    for (const Glance& glance : c.glances)
+        look = mix(look, glance.at, during(glance.time, t, .6f));
     float yaw = wobble(t * .45f, 300 + seed) * 4.f + .10f * look.x,
           pitch = wobble(t * .45f, 301 + seed) * 2.5f - 2;
     m.headOff =
@@ -171,14 +74,48 @@ Moment scriptAt(const std::string& script, float t, const std::vector<HandPose>&
            wobble(t * .3f, 305) * .8f);
     m.headRot = Quat::axis({0, 1, 0}, yaw) * Quat::axis({1, 0, 0}, -pitch) *
                 Quat::axis({0, 0, 1}, wobble(t * .4f, 302) * 2.f);
-    for (float bt : {.9f, 3.2f, 6.1f, 8.2f, 11.4f, 14.6f, 17.3f, 19.9f, 22.4f}) {
+    for (float bt : {.9f, 3.2f, 6.1f, 8.2f, 11.4f, 14.6f, 17.3f, 19.9f, 22.4f, 25.2f, 27.f, 30.3f,
+                     33.2f, 35.3f}) {
         float u = (t - bt) / .16f;
         if (u > 0 && u < 1) m.blink = std::max(m.blink, std::sin(u * kPi));
     }
-    m.smile = .58f + .25f * smooth(20.8f, 21.3f, t) * (1 - smooth(22.6f, 23.2f, t)) +
-              .08f * wobble(t * .5f, 310);
+    m.smile = .58f + .08f * wobble(t * .5f, 310);
+    for (const Span& smile : c.smiles)
+        m.smile += .25f * during(smile, t, .5f);
     m.gazeX = std::min(.22f, std::max(-.22f, -yaw * .022f + .006f * look.x));
     m.gazeY = pitch * .01f;
+}
+
+} // namespace
+
+float scriptLength(const std::string& script) {
+    return choreography(script).length;
+}
+
+Moment scriptAt(const std::string& script, float t, const std::vector<HandPose>& lib, int seed) {
+    const Choreography& c = choreography(script);
+    Moment m;
+    for (int i = 0; i < 2; i++) {
+        HandState& h = m.hand[i];
+        evalPlaces(c.hand[i].places, t, h.pos, h.rot);
+        h.pose = evalPose(c.hand[i].poses, t, lib);
+        if (i == 0 && c.heart && t > c.heart->time.from && t < c.heart->time.to) {
+            const Span& time = c.heart->time;
+            V3 way = heartAt((t - time.from) / (time.to - time.from)) * c.heart->halfWidth;
+            h.pos += way;
+            h.rot = euler(-.7f * way.x, 0, 0) * h.rot; // the forearm turns about its elbow
+        }
+        int channel = i * 40 + seed * 91;
+        h.pos += V3(wobble(t, channel), wobble(t, channel + 1), wobble(t, channel + 2)) * .22f;
+        h.rot = h.rot * euler(wobble(t, channel + 3) * 1.3f, wobble(t, channel + 4) * 1.6f,
+                              wobble(t, channel + 5) * 1.3f);
+        for (int k = 0; k < HandPose::N; k++)
+            h.pose.data()[k] += wobble(t * .8f, channel + 6 + k) * (k < 4    ? .6f
+                                                                    : k < 16 ? 1.3f
+                                                                             : .7f);
+        h.present = h.pos.y > -46.f;
+    }
+    moveHead(m, c, t, seed);
     return m;
 }
 

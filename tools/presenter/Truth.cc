@@ -9,6 +9,15 @@ namespace {
 constexpr float kTouch =
     0.22f; // tips nearer than this part of the palm length (in space) are in contact
 
+// A finger whose tip is farther from the wrist than its PIP joint by this factor is extended.
+constexpr float kExtended = 1.15f;
+
+// finger: 0 index … 3 little
+bool isExtended(const Skeleton& k, int finger) {
+    const V3 pip = k.j[6 + 4 * finger], tip = k.j[8 + 4 * finger];
+    return len(tip - k.j[0]) > kExtended * len(pip - k.j[0]);
+}
+
 } // namespace
 
 void landmarksPx(const HandGeom& g, const Camera& cam, float (*px)[2]) {
@@ -27,6 +36,8 @@ Truth measure(const HandGeom& g, const Camera& cam) {
     };
     r.pinch2 = d(4, 8) / std::max(1.f, d(0, 9));
     r.pinch3 = len(g.k.j[4] - g.k.j[8]) / len(g.k.j[0] - g.k.j[9]);
+    r.peaceSign =
+        isExtended(g.k, 0) && isExtended(g.k, 1) && !isExtended(g.k, 2) && !isExtended(g.k, 3);
     return r;
 }
 
@@ -46,6 +57,7 @@ void putHand(std::ostream& o, const Truth& t, const HandGeom& g, const char* sid
                   t.pinch3);
     o << b;
     o << ",\"pinching\":" << (t.pinch3 < kTouch ? "true" : "false");
+    o << ",\"sign\":" << (t.peaceSign ? "\"peace-sign\"" : "null");
     std::snprintf(b, sizeof b, ",\"inside\":%.3f}", t.inside / 21.f);
     o << b;
 }

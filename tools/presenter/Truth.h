@@ -11,6 +11,7 @@ void landmarksPx(const HandGeom& g, const Camera& cam, float (*px)[2]);
 struct Truth {
     float px[21][2];
     float pinch2, pinch3;
+    bool peaceSign;
     int inside;
 };
 
