@@ -26,7 +26,7 @@ LANTERNFLY = build/release/app/lanternfly
 run: release
 	@mkdir -p out
 	$(LANTERNFLY) render --camera demo/presenter.mp4 --deck demo/deck.pdf \
-	  --out out/demo.mp4 --events out/events.jsonl
+	  --script demo/demo.script --out out/demo.mp4 --events out/events.jsonl
 	$(LANTERNFLY) contact-sheet out/demo.mp4 --out out/contact.png
 	@echo "video:         $(CURDIR)/out/demo.mp4"
 	@echo "contact sheet: $(CURDIR)/out/contact.png"
