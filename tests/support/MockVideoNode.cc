@@ -70,22 +70,16 @@ void MockVideoNode::plug() {
     if (g_utf8_validate(_description.card.c_str(), -1, nullptr))
         text += "A: name=" + _description.card + "\\n\n";
     GError* error = nullptr;
-    require(umockdev_testbed_add_from_string(_machine.testbed(), text.c_str(), &error), error);
-
-    // The node is an ordinary file, which is what buffers are mapped from.
-    umockdev_testbed_disable(_machine.testbed());
-    _file = ::open((_machine.root() + node()).c_str(), O_RDWR | O_CLOEXEC);
-    const bool isLarge = ::ftruncate(_file, bufferCount * bufferBytes) == 0;
-    umockdev_testbed_enable(_machine.testbed());
-    require(_file >= 0 && isLarge, nullptr);
     require(umockdev_testbed_attach_ioctl(_machine.testbed(), node().c_str(), _base, &error),
             error);
-    {
-        const std::lock_guard guard(_mutex);
-        _isGone = false;
-        _isPlugged = true;
-    }
-    umockdev_testbed_uevent(_machine.testbed(), syspath().c_str(), "add");
+    // The testbed tells of the node as soon as it has it: requests wait until it is whole.
+    const std::lock_guard guard(_mutex);
+    require(umockdev_testbed_add_from_string(_machine.testbed(), text.c_str(), &error), error);
+    // The node is an ordinary file, which is what buffers are mapped from.
+    _file = ::open((_machine.root() + node()).c_str(), O_RDWR | O_CLOEXEC);
+    require(_file >= 0 && ::ftruncate(_file, bufferCount * bufferBytes) == 0, nullptr);
+    _isGone = false;
+    _isPlugged = true;
 }
 
 void MockVideoNode::unplug() {

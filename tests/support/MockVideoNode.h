@@ -64,7 +64,7 @@ public:
     MockVideoNode(const MockVideoNode&) = delete;
     MockVideoNode& operator=(const MockVideoNode&) = delete;
 
-    void plug();
+    void plug(); // udev tells
     // Requests fail from now on, and udev tells.
     void unplug();
     // Requests fail from now on, and udev does not tell.

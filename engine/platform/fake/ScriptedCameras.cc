@@ -11,6 +11,7 @@ namespace lanternfly {
 struct ScriptedCameras::State {
     struct Running {
         std::shared_ptr<FrameDelivery> delivery; // null while no session runs with both ends
+        std::shared_ptr<SerialQueue> queue;      // where it delivers
         int width = 0, height = 0;
     };
     struct Contents {
@@ -186,6 +187,7 @@ private:
         if (_isRunning && _input && _output) {
             const Device& device = _input->scripted();
             running.delivery = std::make_shared<FrameDelivery>(_output);
+            running.queue = _output->queue;
             if (device.activeFormat() < device.formats().size()) {
                 running.width = device.formats()[device.activeFormat()].width;
                 running.height = device.formats()[device.activeFormat()].height;
@@ -283,6 +285,9 @@ void ScriptedCameras::clearJournal() {
 
 void ScriptedCameras::settle() {
     _notifications.sync([] {});
+    const auto queue =
+        _state->_contents.withLock([](const State::Contents& all) { return all.running.queue; });
+    if (queue) queue->sync([] {});
 }
 
 std::vector<CameraDeviceRef> ScriptedCameras::devices(std::span<const CameraDeviceType> types) {

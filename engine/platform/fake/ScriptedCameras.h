@@ -56,7 +56,7 @@ public:
     // What sessions and devices were told, in order: "begin", "addInput front", …
     std::vector<std::string> journal() const;
     void clearJournal();
-    // Returns when observers have heard of all changes.
+    // Returns when observers have heard of all changes and the session's frames are delivered.
     void settle();
 
     std::vector<CameraDeviceRef> devices(std::span<const CameraDeviceType> types) override;

@@ -336,7 +336,8 @@ TEST_F(CameraFeedTest, ASampleWithoutAPictureIsDroppedSilently) {
     start();
     const size_t before = log.lines().size();
     cameras->sendFrame({nullptr, MediaTime::make(1, 30)});
-    // The new callback is stored on the delivery queue, behind that sample.
+    cameras->settle();
+    // The next frame shows that the queue goes on.
     test::FrameCollector later;
     feed->setFrameCallback(
         [&](const PixelBufferRef& buffer, MediaTime pts) { later.add(buffer, pts); });

@@ -32,10 +32,13 @@ std::string textOf(const unsigned char (&text)[count]) {
 
 // The name of the link to a node in a folder of links; empty when there is none.
 std::string linkIn(const std::filesystem::path& folder, const std::filesystem::path& node) {
-    std::error_code ignored;
-    for (const auto& link : std::filesystem::directory_iterator(folder, ignored))
-        if (std::filesystem::read_symlink(link, ignored).filename() == node.filename())
-            return link.path().filename().string();
+    std::error_code error; // links come and go with the cameras
+    for (std::filesystem::directory_iterator link(folder, error), end; !error && link != end;
+         link.increment(error)) {
+        std::error_code ignored;
+        if (std::filesystem::read_symlink(*link, ignored).filename() == node.filename())
+            return link->path().filename().string();
+    }
     return {};
 }
 
