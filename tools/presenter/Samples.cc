@@ -15,6 +15,14 @@ namespace presenter {
 
 namespace {
 
+// A fist, a pinch, or fingertips that nearly touch: what is easily mistaken for one another.
+HandPose closedPose(const std::vector<HandPose>& library, Rng& g) {
+    const auto named = [&](PoseName name) { return library[size_t(name)]; };
+    if (g.chance(.3f)) return mix(named(PoseName::Fist), named(PoseName::ThumbUp), g.uni(0, .4f));
+    const HandPose pinch = g.chance(.75f) ? named(PoseName::PinchClosed) : named(PoseName::Ok);
+    return mix(pinch, named(PoseName::PinchOpen), g.chance(.35f) ? 0.f : g.uni(.05f, .6f));
+}
+
 // 8x8 block transform with coarse quantisation, to imitate the artefacts of compressed video.
 void blocky(std::vector<uint8_t>& rgb, int w, int h, float q) {
     static float C[8][8];
@@ -135,7 +143,9 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
     HandPose A = pick(), B = pick();
     float u = g.chance(.45f) ? 0.f : g.uni();
     HandPose p = mix(A, B, u);
-    float js = g.chance(.35f) ? 2.f : g.uni(2, 9);
+    const bool isClosed = g.chance(.3f);
+    if (isClosed) p = closedPose(lib, g);
+    float js = isClosed || g.chance(.35f) ? 2.f : g.uni(2, 9);
     for (int k = 0; k < 4; k++) {
         p.abd[k] += g.nrm() * js * .4f;
         p.mcp[k] += g.nrm() * js;
@@ -159,6 +169,12 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
     float across = g.chance(.8f) ? g.uni(4, 32) : g.uni(-14, 6);
     h.pos = V3(right ? -across : across, g.uni(-24, 6), -g.uni(36, 68));
     m.headOff = V3(g.uni(-12, 12), g.uni(-4, 4), g.uni(-14, 2));
+    const bool isBeforeFace = g.chance(.22f);
+    if (isBeforeFace) {
+        // On the line from the camera to the head, a face's width about it.
+        const V3 face = V3(0, 9, -88) + m.headOff + V3(g.uni(-11, 11), g.uni(-13, 9), 0);
+        h.pos = face * g.uni(.45f, .75f) + h.rot * V3(0, -9, 0);
+    }
     m.headRot = euler(g.nrm() * 6, g.nrm() * 18, g.nrm() * 8);
     m.blink = g.chance(.1f) ? 1.f : 0.f;
     m.smile = g.uni(0, .7f);
@@ -169,7 +185,7 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
     h.useElbow = true;
     h.elbow = h.pos + norm(ik * .55f + back + V3(g.nrm(), g.nrm(), g.nrm()) * .22f) * 27.f;
     buildScene(f.scene, m, P);
-    bool body = g.chance(.6f);
+    bool body = isBeforeFace || g.chance(.6f);
     Moment m0 = m, m1 = m;
     V3 dv{g.nrm(), g.nrm(), g.nrm() * .5f};
     float sp = g.chance(.4f) ? g.uni(0, .5f) : 0;
@@ -193,7 +209,8 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
         y0 = std::min(y0, q[1]);
         y1 = std::max(y1, q[1]);
     }
-    float size = std::max(x1 - x0, y1 - y0), k = a.crop * g.uni(.42f, .80f) / size;
+    const float cover = g.chance(.15f) ? g.uni(.2f, .42f) : g.uni(.42f, .80f);
+    float size = std::max(x1 - x0, y1 - y0), k = a.crop * cover / size;
     cam.f *= k;
     cam.cx = a.crop * (.5f + g.uni(-.09f, .09f)) - k * .5f * (x0 + x1);
     cam.cy = a.crop * (.5f + g.uni(-.09f, .09f)) - k * .5f * (y0 + y1);
