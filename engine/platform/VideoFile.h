@@ -74,13 +74,16 @@ struct VideoWriterOptions {
     VideoRate frameRate;
     // Sound streams are copied from this file, unchanged.
     std::optional<std::filesystem::path> soundFrom;
+    // Written while it happens: encoded with less effort, and an MP4 too plays as far as it got.
+    bool isLive = false;
 };
 
 class VideoWriter {
 public:
     enum class Sound { whole, untilLastPicture };
 
-    // A writer that goes without finish() leaves no MP4; a Matroska file stays as far as it got.
+    // A writer that goes without finish() leaves no MP4; a Matroska file and what is live stay as
+    // far as they got.
     virtual ~VideoWriter() = default;
     // BGRA of the options' size; times must rise. Throws VideoError.
     virtual void write(const PixelBuffer& picture, MediaTime pts) = 0;

@@ -18,10 +18,13 @@ constexpr int encoderThreads = 4;
 constexpr AVRational clockTick{1, 90'000};
 // Fast enough for two cores, and visually clean for slides and faces.
 constexpr const char* encoderPreset = "veryfast";
+// Leaves the processor to the picture that is being made.
+constexpr const char* liveEncoderPreset = "superfast";
 constexpr const char* constantRateFactor = "20";
 constexpr double keyFrameSeconds = 2;
-// What a killed program loses of a Matroska file, at most.
+// What a killed program loses of a file that is kept, at most.
 constexpr const char* clusterMs = "1000";
+constexpr const char* fragmentMicros = "1000000";
 // How long the muxer waits for a silent stream before it goes on without it.
 constexpr int64_t interleaveMicros = 1'000'000;
 
@@ -35,6 +38,11 @@ const char* containerOf(const std::filesystem::path& file) {
 
 bool isMatroska(const std::filesystem::path& file) {
     return file.extension() == ".mkv";
+}
+
+// Of use as far as it got.
+bool isKept(const VideoWriterOptions& options) {
+    return options.isLive || isMatroska(options.file);
 }
 
 void validate(const VideoWriterOptions& options) {
@@ -73,7 +81,7 @@ std::unique_ptr<VideoFileWriter> VideoFileWriter::create(const VideoWriterOption
 
 VideoFileWriter::VideoFileWriter(const VideoWriterOptions& options)
     : _options(options),
-      _file(std::make_unique<OutputFile>(options.file, isMatroska(options.file)
+      _file(std::make_unique<OutputFile>(options.file, isKept(options)
                                                            ? OutputFile::WhenAbandoned::keep
                                                            : OutputFile::WhenAbandoned::remove)),
       _frame(av_frame_alloc()), _packet(av_packet_alloc()) {
@@ -89,9 +97,9 @@ VideoFileWriter::VideoFileWriter(const VideoWriterOptions& options)
     check(written);
 }
 
-// A Matroska file that nobody finished still gets the cluster that was under way.
+// A file that is kept though nobody finished it still gets what was under way.
 VideoFileWriter::~VideoFileWriter() {
-    if (_container && isMatroska(_options.file)) av_write_trailer(_container.get());
+    if (_container && isKept(_options)) av_write_trailer(_container.get());
 }
 
 void VideoFileWriter::openEncoder() {
@@ -115,7 +123,7 @@ void VideoFileWriter::openEncoder() {
     encoder.color_primaries = AVCOL_PRI_BT709;
     encoder.color_trc = AVCOL_TRC_BT709;
     encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
-    av_opt_set(encoder.priv_data, "preset", encoderPreset, 0);
+    av_opt_set(encoder.priv_data, "preset", _options.isLive ? liveEncoderPreset : encoderPreset, 0);
     av_opt_set(encoder.priv_data, "crf", constantRateFactor, 0);
     // With AVX-512 x264's lookahead reads memory that nobody wrote, and the same pictures give
     // other bytes from run to run.
@@ -163,10 +171,14 @@ void VideoFileWriter::openContainer(bool withSound) {
 
 int VideoFileWriter::writeHeader() {
     AVDictionary* options = nullptr;
-    if (isMatroska(_options.file))
+    if (isMatroska(_options.file)) {
         av_dict_set(&options, "cluster_time_limit", clusterMs, 0);
-    else
+    } else if (_options.isLive) {
+        av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+default_base_moof", 0);
+        av_dict_set(&options, "frag_duration", fragmentMicros, 0);
+    } else {
         av_dict_set(&options, "movflags", "faststart", 0);
+    }
     const int written = avformat_write_header(_container.get(), &options);
     av_dict_free(&options);
     return written;
@@ -226,12 +238,12 @@ void VideoFileWriter::finish(Sound sound) {
 void VideoFileWriter::check(int code) const {
     if (code >= 0) return;
     const std::string file = _options.file.string();
-    const bool isKept = isMatroska(_options.file);
     if (code == AVERROR(ENOSPC) || code == AVERROR(EFBIG) || code == AVERROR(EDQUOT))
-        throw VideoError(VideoError::Kind::diskFull,
-                         fmt::format("cannot go on writing {}: {}; {} make room and run again",
-                                     file, libav::errorText(code),
-                                     isKept ? "what is written stays;" : "nothing was kept;"));
+        throw VideoError(
+            VideoError::Kind::diskFull,
+            fmt::format("cannot go on writing {}: {}; {} make room and run again", file,
+                        libav::errorText(code),
+                        isKept(_options) ? "what is written stays;" : "nothing was kept;"));
     throw VideoError(VideoError::Kind::failed,
                      fmt::format("cannot write {}: {}", file, libav::errorText(code)));
 }
