@@ -62,6 +62,17 @@ NodeFacts factsOf(udev_device& device) {
     return facts;
 }
 
+// What the node can do, 0 when it does not say; adds what its driver tells to the facts.
+uint32_t askDriver(const V4l2Device& open, NodeFacts& facts) {
+    v4l2_capability capability{};
+    if (open.request(VIDIOC_QUERYCAP, &capability) != 0) return 0;
+    facts.driver = textOf(capability.driver);
+    facts.card = textOf(capability.card);
+    facts.busInfo = textOf(capability.bus_info);
+    return (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0 ? capability.device_caps
+                                                                 : capability.capabilities;
+}
+
 // Nothing when the node is no camera.
 std::optional<VideoNode> probe(udev_device& device) {
     VideoNode node{factsOf(device), {}, false};
@@ -75,33 +86,17 @@ std::optional<VideoNode> probe(udev_device& device) {
         if (!node.isDenied || can.find(":capture:") == std::string::npos) return std::nullopt;
         return node;
     }
-    v4l2_capability capability{};
-    if (open.request(VIDIOC_QUERYCAP, &capability) != 0) return std::nullopt;
-    const uint32_t can = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
-                             ? capability.device_caps
-                             : capability.capabilities;
     constexpr uint32_t needed = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
-    if ((can & needed) != needed) return std::nullopt;
-    node.facts.driver = textOf(capability.driver);
-    node.facts.card = textOf(capability.card);
-    node.facts.busInfo = textOf(capability.bus_info);
+    if ((askDriver(open, node.facts) & needed) != needed) return std::nullopt;
     node.modes = modesOf(open);
     if (node.modes.empty()) return std::nullopt;
     return node;
 }
 
-// video2 before video10.
-bool isBefore(const VideoNode& a, const VideoNode& b) {
-    const std::string &first = a.facts.node, &second = b.facts.node;
-    return first.size() != second.size() ? first.size() < second.size() : first < second;
-}
-
-} // namespace
-
-std::vector<VideoNode> cameraNodes() {
-    std::vector<VideoNode> nodes;
+template <typename Body>
+void forEachNode(Body&& body) {
     const UdevPointer<udev> context(udev_new());
-    if (!context) return nodes;
+    if (!context) return;
     const UdevPointer<udev_enumerate> list(udev_enumerate_new(context.get()));
     udev_enumerate_add_match_subsystem(list.get(), "video4linux");
     udev_enumerate_scan_devices(list.get());
@@ -109,10 +104,35 @@ std::vector<VideoNode> cameraNodes() {
     udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(list.get())) {
         const UdevPointer<udev_device> device(
             udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
-        if (!device) continue;
-        if (auto node = probe(*device)) nodes.push_back(std::move(*node));
+        if (device) body(*device);
     }
-    std::ranges::sort(nodes, isBefore);
+}
+
+// video2 before video10.
+bool isBefore(const std::string& first, const std::string& second) {
+    return first.size() != second.size() ? first.size() < second.size() : first < second;
+}
+
+} // namespace
+
+std::vector<VideoNode> cameraNodes() {
+    std::vector<VideoNode> nodes;
+    forEachNode([&](udev_device& device) {
+        if (auto node = probe(device)) nodes.push_back(std::move(*node));
+    });
+    std::ranges::sort(nodes, isBefore, [](const VideoNode& node) { return node.facts.node; });
+    return nodes;
+}
+
+std::vector<NodeFacts> outputNodes() {
+    std::vector<NodeFacts> nodes;
+    forEachNode([&](udev_device& device) {
+        NodeFacts facts = factsOf(device);
+        const V4l2Device open(facts.node);
+        if (open && (askDriver(open, facts) & V4L2_CAP_VIDEO_OUTPUT) != 0)
+            nodes.push_back(std::move(facts));
+    });
+    std::ranges::sort(nodes, isBefore, &NodeFacts::node);
     return nodes;
 }
 

@@ -25,6 +25,10 @@ struct VideoNode {
 // The nodes that are cameras; in the order of their names.
 std::vector<VideoNode> cameraNodes();
 
+// The nodes that take pictures, such as loopback devices, and that this user may open; in the order
+// of their names.
+std::vector<NodeFacts> outputNodes();
+
 // Tells of nodes that come and go.
 class NodeMonitor {
 public:
