@@ -15,7 +15,9 @@ set(LANTERNFLY_UMOCKDEV
 # whole program is one: its tests share something that is slow to start.
 function(lanternfly_test name)
   cmake_parse_arguments(ARG "ONE_RUN" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
-  if(NOT ARG_TIMEOUT)
+  if(NOT ARG_TIMEOUT AND ARG_ONE_RUN)
+    set(ARG_TIMEOUT 600)
+  elseif(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
   add_executable(${name} ${ARG_SOURCES})
