@@ -13,7 +13,7 @@
 #include "capture/CameraChoice.h"
 #include "capture/CameraFeed.h"
 #include "platform/linux/camera/LinuxCameras.h"
-#include "platform/linux/v4l2/V4l2Cameras.h"
+#include "platform/linux/camera/SystemCameras.h"
 
 namespace lanternfly {
 namespace {
@@ -88,9 +88,7 @@ void declareCameras(CLI::App& command, CamerasOptions& options) {
 }
 
 int runCameras(const CamerasOptions& options) {
-    std::vector<std::unique_ptr<CameraBackend>> backends;
-    backends.push_back(std::make_unique<v4l2::V4l2Cameras>());
-    LinuxCameras cameras(std::move(backends));
+    LinuxCameras cameras(systemCameras());
     if (cameras.authorization() == CameraAuthorization::denied)
         throw CommandError("there are cameras, but no permission to use them: add yourself to the "
                            "group \"video\" (sudo usermod -aG video $USER) and log in again");

@@ -49,6 +49,11 @@ public:
         std::unique_lock lock(_mutex);
         return _changed.wait_for(lock, std::chrono::seconds(60), [&] { return _arrived >= count; });
     }
+    // Lets the kept frames go; those that come next are kept instead.
+    void clear() {
+        const std::lock_guard guard(_mutex);
+        _frames.clear();
+    }
     size_t count() const {
         const std::lock_guard guard(_mutex);
         return _arrived;

@@ -97,7 +97,9 @@ protected:
     }
     static bool sendUntilSent(FrameSink& sink, uint64_t count) {
         const auto frame = colourBars(640, 360);
-        for (int i = 0; i < 1'000'000 && sink.status().sentFrames < count; ++i) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        for (int64_t i = 0;
+             sink.status().sentFrames < count && std::chrono::steady_clock::now() < end; ++i) {
             sink.send(frame, MediaTime::make(i, 30));
             std::this_thread::yield();
         }

@@ -10,6 +10,9 @@
 namespace lanternfly::pipewire {
 namespace {
 
+constexpr const char* libraryText = "PipeWire's client library does not start; reinstall it "
+                                    "(sudo apt install --reinstall libpipewire-0.3-0 "
+                                    "libpipewire-0.3-modules pipewire-bin)";
 constexpr long beforeRetryNanos = 500'000'000;
 
 void prepareLibrary() {
@@ -74,7 +77,7 @@ Connection::Connection(const char* threadName, Events events) : _state(std::make
         if (id == PW_ID_CORE && code == -EPIPE) static_cast<State*>(self)->scheduleRetry(1);
     };
     state.thread.reset(pw_thread_loop_new(threadName, nullptr));
-    if (!state.thread) throw std::runtime_error("PipeWire's client library does not start");
+    if (!state.thread) throw std::runtime_error(libraryText);
     state.retry = pw_loop_add_timer(
         state.loop(),
         [](void* self, uint64_t) {
@@ -85,8 +88,7 @@ Connection::Connection(const char* threadName, Events events) : _state(std::make
         },
         &state);
     state.context.reset(pw_context_new(state.loop(), nullptr, 0));
-    if (!state.context || !state.retry)
-        throw std::runtime_error("PipeWire's client library does not start");
+    if (!state.context || !state.retry) throw std::runtime_error(libraryText);
 }
 
 Connection::~Connection() {

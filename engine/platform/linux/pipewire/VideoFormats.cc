@@ -41,6 +41,30 @@ spa_video_format formatOf(FrameEncoding encoding) {
     return found == known.end() ? SPA_VIDEO_FORMAT_UNKNOWN : found->format;
 }
 
+const char* nameOf(FrameEncoding encoding) {
+    switch (encoding) {
+    case FrameEncoding::yuyv:
+        return "YUY2";
+    case FrameEncoding::uyvy:
+        return "UYVY";
+    case FrameEncoding::nv12:
+        return "NV12";
+    case FrameEncoding::i420:
+        return "I420";
+    case FrameEncoding::yv12:
+        return "YV12";
+    case FrameEncoding::bgrx:
+        return "BGRx";
+    case FrameEncoding::bgr24:
+        return "BGR";
+    case FrameEncoding::rgb24:
+        return "RGB";
+    case FrameEncoding::mjpeg:
+        return "MJPG";
+    }
+    return "";
+}
+
 FrameColour colourOf(const spa_video_info_raw& format) {
     FrameColour colour;
     if (format.color_matrix == SPA_VIDEO_COLOR_MATRIX_BT709)
@@ -69,12 +93,22 @@ void Parameters::addFormat(const VideoFormat& format) {
     spa_pod_builder_prop(&_builder, SPA_FORMAT_VIDEO_size, 0);
     spa_pod_builder_rectangle(&_builder, static_cast<uint32_t>(format.width),
                               static_cast<uint32_t>(format.height));
-    spa_pod_builder_prop(&_builder, SPA_FORMAT_VIDEO_framerate, 0);
-    spa_pod_builder_fraction(&_builder, format.rate.num, format.rate.denom);
+    if (format.rate.num > 0) {
+        spa_pod_builder_prop(&_builder, SPA_FORMAT_VIDEO_framerate, 0);
+        spa_pod_builder_fraction(&_builder, format.rate.num, format.rate.denom);
+    }
     _all.push_back(static_cast<const spa_pod*>(spa_pod_builder_pop(&_builder, &frame)));
 }
 
 void Parameters::addBuffers(size_t bytes, size_t strideBytes) {
+    addBufferObject(std::pair(bytes, strideBytes));
+}
+
+void Parameters::addAnyBuffers() {
+    addBufferObject(std::nullopt);
+}
+
+void Parameters::addBufferObject(std::optional<std::pair<size_t, size_t>> sizes) {
     spa_pod_frame frame, choice;
     spa_pod_builder_push_object(&_builder, &frame, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
     spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_buffers, 0);
@@ -84,10 +118,12 @@ void Parameters::addBuffers(size_t bytes, size_t strideBytes) {
     spa_pod_builder_pop(&_builder, &choice);
     spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_blocks, 0);
     spa_pod_builder_int(&_builder, 1);
-    spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_size, 0);
-    spa_pod_builder_int(&_builder, static_cast<int32_t>(bytes));
-    spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_stride, 0);
-    spa_pod_builder_int(&_builder, static_cast<int32_t>(strideBytes));
+    if (sizes) {
+        spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_size, 0);
+        spa_pod_builder_int(&_builder, static_cast<int32_t>(sizes->first));
+        spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_stride, 0);
+        spa_pod_builder_int(&_builder, static_cast<int32_t>(sizes->second));
+    }
     spa_pod_builder_prop(&_builder, SPA_PARAM_BUFFERS_dataType, 0);
     spa_pod_builder_push_choice(&_builder, &choice, SPA_CHOICE_Flags, 0);
     spa_pod_builder_int(&_builder, (1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr));
