@@ -11,6 +11,7 @@
 
 #include "base/Clock.h"
 #include "base/Logger.h"
+#include "platform/linux/ProgramData.h"
 #include "platform/linux/video/FilePacing.h"
 #include "platform/linux/video/VideoFileReader.h"
 
@@ -18,14 +19,6 @@ namespace lanternfly {
 namespace {
 
 constexpr uint64_t beforeRetryNanos = 1'000'000'000;
-
-std::filesystem::path demoFile() {
-    const std::filesystem::path installed{LANTERNFLY_INSTALLED_DEMO};
-    std::error_code ignored;
-    return std::filesystem::is_regular_file(installed, ignored)
-               ? installed
-               : std::filesystem::path{LANTERNFLY_SOURCE_DEMO};
-}
 
 class FileStream final : public CameraStream {
 public:
@@ -110,7 +103,7 @@ std::shared_ptr<FileCamera> FileCamera::create(const std::filesystem::path& file
 }
 
 std::shared_ptr<FileCamera> FileCamera::demo() {
-    return create(demoFile(), "demo", "Demo presenter");
+    return create(programData("demo/presenter.mp4"), "demo", "Demo presenter");
 }
 
 std::shared_ptr<FileCamera> FileCamera::create(const std::filesystem::path& file, std::string id,
