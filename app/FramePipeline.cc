@@ -52,7 +52,7 @@ FramePipeline::FramePipeline(Setup setup)
         _faceDetectFeed = FaceDetectFeed::create(_setup.makeFaceDetector);
         _faceDetectFeed->start();
     }
-    _handPoseFeed->waitUntilIdle();
+    if (_setup.detection == Detection::awaited) finish();
 }
 
 FramePipeline::~FramePipeline() {
@@ -72,13 +72,8 @@ void FramePipeline::enterFrame(const CameraFrame& frame) {
 }
 
 Scene FramePipeline::look(CameraFrame frame) {
-    if (_setup.playedPoses)
-        playPoses(frame.pts);
-    else
-        _handPoseFeed->process(frame.picture, frame.pts);
+    lookForHands(frame);
     lookForFace(frame);
-    if (_setup.detection == Detection::awaited || _setup.playedPoses)
-        _handPoseFeed->waitUntilIdle();
 
     const double now = _setup.clock.mediaSeconds();
     tickInk(now);
@@ -93,6 +88,19 @@ Scene FramePipeline::look(CameraFrame frame) {
             .twoHandHints = hints,
             .ink = _seenInk,
             .stage = std::move(stage)};
+}
+
+void FramePipeline::lookForHands(const CameraFrame& frame) {
+    if (frame.isStandIn) {
+        withHands([](OverlayRouting& routing) { routing.onPoses({}); });
+        return;
+    }
+    if (_setup.playedPoses)
+        playPoses(frame.pts);
+    else
+        _handPoseFeed->process(frame.picture, frame.pts);
+    if (_setup.detection == Detection::awaited || _setup.playedPoses)
+        _handPoseFeed->waitUntilIdle();
 }
 
 void FramePipeline::playPoses(MediaTime pts) {
@@ -112,7 +120,7 @@ void FramePipeline::finish() {
 }
 
 void FramePipeline::lookForFace(const CameraFrame& frame) {
-    if (!_faceDetectFeed) return;
+    if (!_faceDetectFeed || frame.isStandIn) return;
     _faceDetectFeed->process(frame.picture, frame.pts);
     if (_setup.detection == Detection::awaited) _faceDetectFeed->waitUntilIdle();
     const auto face = _faceDetectFeed->latestFace();

@@ -28,6 +28,8 @@ struct CameraFrame {
     PixelBufferRef picture;
     MediaTime pts;
     int64_t index = 0;
+    // Stands in for a camera that sends nothing: nobody is in it.
+    bool isStandIn = false;
 };
 
 // A camera frame and all that is to be seen in it.
@@ -58,7 +60,8 @@ public:
         FaceDetectFeed::DetectorFactory makeFaceDetector{}; // empty: nobody asks for the face
     };
 
-    // Returns when the detector is ready.
+    // Returns when the detector is ready, but at once where frames do not wait for it; finish()
+    // waits then.
     explicit FramePipeline(Setup setup);
     ~FramePipeline();
 
@@ -70,7 +73,7 @@ public:
     void enterFrame(const CameraFrame& frame);
     Scene look(CameraFrame frame);
     PixelBufferRef draw(const Scene& scene);
-    // No more frames come: returns when the last has been looked at.
+    // Returns when all that was asked before has been looked at.
     void finish();
 
     const std::shared_ptr<FrameCompositor>& compositor() const { return _setup.compositor; }
@@ -80,6 +83,9 @@ public:
     // Runs the task between the hands of two frames, on the queue of the routing.
     void withHands(std::function<void(OverlayRouting&)> task);
     void setTrackingConfig(const TrackingConfig& config);
+    void setTelemetry(std::shared_ptr<TrackingTelemetry> telemetry) {
+        _handPoseFeed->setTelemetry(std::move(telemetry));
+    }
     // `change(Stage&)` calls nothing.
     template <typename Change>
     void changeStage(Change&& change) {
@@ -93,6 +99,7 @@ public:
     }
 
 private:
+    void lookForHands(const CameraFrame& frame);
     void playPoses(MediaTime pts);
     void showLayers(const Scene& scene);
     void tickInk(double nowSeconds);

@@ -8,5 +8,7 @@ namespace lanternfly::Interrupt {
 void install();
 // The signal's number, 0 while none came.
 int requested();
+// Readable once a signal came. -1 before install(), or when the system has no descriptors left.
+int descriptor();
 
 } // namespace lanternfly::Interrupt

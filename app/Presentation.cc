@@ -22,29 +22,23 @@ float aspectOf(int width, int height) {
 } // namespace
 
 std::shared_ptr<Presentation> Presentation::create(Setup setup) {
+    const auto slides = std::move(setup.slides);
     const int firstPage = setup.firstPage;
     std::shared_ptr<Presentation> presentation(new Presentation(std::move(setup)));
-    presentation->start(firstPage);
+    presentation->start();
+    if (slides) presentation->open(slides, firstPage);
     return presentation;
 }
 
 Presentation::Presentation(Setup setup)
     : _pipeline(setup.pipeline), _executor(std::move(setup.executor)),
       _bindings(std::move(setup.bindings)), _wasMirrored(setup.isMirrored),
-      _tuning(_pipeline, setup.defaults),
-      _pages(
-          std::move(setup.slides),
-          [this](int page, const TextureRef& texture) { showPage(page, texture); },
-          [this](int, const std::string& why) {
-              _log.warning("{}", why);
-              _pageProblem = why;
-          }),
-      _text(textLayerID) {
+      _tuning(_pipeline, setup.defaults), _text(textLayerID) {
     _text.setOnTextUpdate([this](const std::string& text) { showText(text); });
 }
 
 // Hands are told of by tasks of the executor, which find nobody once the presentation is gone.
-void Presentation::start(int firstPage) {
+void Presentation::start() {
     _pipeline.withHands([weak = weak_from_this(), executor = _executor](OverlayRouting& routing) {
         const auto tell = [weak, executor](auto method) {
             return [weak, executor, method](auto what) {
@@ -57,7 +51,17 @@ void Presentation::start(int firstPage) {
                               .onModelTwoHandPinch = nullptr});
     });
     perform(command::SetMirrored{_wasMirrored ? Switch::on : Switch::off});
-    turnTo(firstPage);
+}
+
+void Presentation::open(std::shared_ptr<PDFSlideSource> slides, int page) {
+    _pages = std::make_shared<SlidePages>(
+        std::move(slides),
+        [this](int shown, const TextureRef& texture) { showPage(shown, texture); },
+        [this](int, const std::string& why) {
+            _log.warning("{}", why);
+            _pageProblem = why;
+        });
+    turnTo(page);
 }
 
 Presentation::Problem Presentation::apply(const HostCommand& command) {
@@ -73,6 +77,12 @@ Presentation::Problem Presentation::apply(const HostCommand& command) {
             return perform(each);
         }
     });
+}
+
+std::string Presentation::keyFor(const HostCommand& command) const {
+    for (const auto& binding : _bindings.keys)
+        if (binding.command == command && binding.mode != HostMode::typing) return binding.trigger;
+    return {};
 }
 
 HostMode Presentation::mode() const {
@@ -94,18 +104,19 @@ void Presentation::setTextPainter(TextPainter painter) {
 
 // Pages.
 
-void Presentation::turnTo(int page) {
+Presentation::Problem Presentation::turnTo(int page) {
+    if (!_pages) return "there are no slides yet; open a PDF first";
     page = std::clamp(page, 1, std::max(pageCount(), 1));
-    if (page == _pages.wanted()) return;
+    if (page == _pages->wanted()) return std::nullopt;
     _pageProblem.reset();
-    _pages.goTo(page);
+    _pages->goTo(page);
+    return std::nullopt;
 }
 
 Presentation::Problem Presentation::perform(const command::GoToPage& to) {
-    if (to.page > pageCount())
+    if (_pages && to.page > pageCount())
         return fmt::format("there is no page {}: choose 1 to {}", to.page, pageCount());
-    turnTo(to.page);
-    return std::nullopt;
+    return turnTo(to.page);
 }
 
 void Presentation::showPage(int page, const TextureRef& texture) {

@@ -22,7 +22,7 @@ class Presentation : public std::enable_shared_from_this<Presentation> {
 public:
     struct Setup {
         FramePipeline& pipeline;
-        std::shared_ptr<PDFSlideSource> slides;
+        std::shared_ptr<PDFSlideSource> slides{}; // null: opened later
         DefaultsStore& defaults;
         CallbackExecutor executor;
         Bindings bindings = Bindings::defaults();
@@ -37,16 +37,23 @@ public:
     // Asks for the first page. The pipeline and the defaults outlive the presentation.
     static std::shared_ptr<Presentation> create(Setup setup);
 
+    // Another deck from now on; its page, 1…count, takes the place of the one before.
+    void open(std::shared_ptr<PDFSlideSource> slides, int page = 1);
     Problem apply(const HostCommand& command);
     // Null when the key does nothing now.
     const HostCommand* commandForKey(std::string_view key) const {
         return _bindings.commandForKey(key, mode());
     }
+    // The first key that says this when nothing is typed; empty when none does.
+    std::string keyFor(const HostCommand& command) const;
 
     HostMode mode() const;
-    bool isPageComing() const { return _pages.isComing(); }
-    int page() const { return _pages.wanted(); }
-    int pageCount() const { return _pages.count(); }
+    bool isPageComing() const { return _pages && _pages->isComing(); }
+    // 0 without a deck.
+    int page() const { return _pages ? _pages->wanted() : 0; }
+    int pageCount() const { return _pages ? _pages->count() : 0; }
+    // Null without a deck.
+    std::shared_ptr<PDFSlideSource> slides() const { return _pages ? _pages->source() : nullptr; }
     // Why the newest page has no picture.
     const Problem& pageProblem() const { return _pageProblem; }
     // Whether a hand pinches.
@@ -59,17 +66,17 @@ private:
     enum class Tool { none, drawing, typing };
 
     explicit Presentation(Setup setup);
-    void start(int firstPage);
+    void start();
 
     Problem perform(const command::GoToPage& to);
     Problem perform(const command::TypeText& typed);
     Problem perform(const command::SaveTuning&);
     void perform(const command::Tune& tune) { _tuning.set(tune.field, tune.value); }
     void perform(const command::ResetTuning&) { _tuning.reset(); }
-    void perform(const command::NextPage&) { turnTo(page() + 1); }
-    void perform(const command::PreviousPage&) { turnTo(page() - 1); }
-    void perform(const command::FirstPage&) { turnTo(1); }
-    void perform(const command::LastPage&) { turnTo(pageCount()); }
+    Problem perform(const command::NextPage&) { return turnTo(page() + 1); }
+    Problem perform(const command::PreviousPage&) { return turnTo(page() - 1); }
+    Problem perform(const command::FirstPage&) { return turnTo(1); }
+    Problem perform(const command::LastPage&) { return turnTo(pageCount()); }
     void perform(const command::SetShown& shown);
     void perform(const command::PlaceUpperRight&);
     void perform(const command::PlaceCentre&);
@@ -88,7 +95,7 @@ private:
     void perform(const command::SetMirrored& mirrored);
     void perform(const command::Reset&);
 
-    void turnTo(int page);
+    Problem turnTo(int page);
     void showPage(int page, const TextureRef& texture);
     void setTool(Tool tool);
     Problem type(std::string_view text);
@@ -109,7 +116,7 @@ private:
     const bool _wasMirrored;
     const Logger _log{"Presentation"};
     HostTuning _tuning;
-    SlidePages _pages;
+    std::shared_ptr<SlidePages> _pages; // null without a deck
     TypeController _text;
     TextPainter _paintText;
     PinchActivity _pinchActivity;

@@ -15,9 +15,10 @@ void SlidePages::goTo(int page) {
     _failure.clear();
     _source->setCurrentIndex(page - 1);
     constexpr SlideSizePX size{PDFSlideSource::precacheSidePX, PDFSlideSource::precacheSidePX};
-    _source->texture(page - 1, size, [this, page](const SlideSource::TextureResult& result) {
-        finish(page, result);
-    });
+    _source->texture(page - 1, size,
+                     [weak = weak_from_this(), page](const SlideSource::TextureResult& result) {
+                         if (const auto self = weak.lock()) self->finish(page, result);
+                     });
 }
 
 void SlidePages::finish(int page, const SlideSource::TextureResult& result) {

@@ -11,14 +11,17 @@
 
 namespace lanternfly {
 
-class SlidePages {
+class SlidePages : public std::enable_shared_from_this<SlidePages> {
 public:
     // Pages count from 1.
     using Shown = std::function<void(int page, const TextureRef& texture)>;
     using Failed = std::function<void(int page, const std::string& why)>;
 
     SlidePages(std::shared_ptr<PDFSlideSource> source, Shown onShown, Failed onFailed);
+    // Nobody is called back any more, also when others still use the source.
+    ~SlidePages() { _source->setFailureHandler(nullptr); }
 
+    const std::shared_ptr<PDFSlideSource>& source() const { return _source; }
     int count() const { return _source->slideCount(); }
     // The one that was asked for last; 0 before.
     int wanted() const { return _wanted; }

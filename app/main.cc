@@ -2,6 +2,8 @@
 // early by signal n.
 #include <cstdio>
 #include <exception>
+#include <functional>
+#include <map>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -9,9 +11,13 @@
 #include "app/cli/CamerasCommand.h"
 #include "app/cli/CommandsCommand.h"
 #include "app/cli/ContactSheetCommand.h"
+#include "app/cli/DoctorCommand.h"
 #include "app/cli/EvaluateHandsCommand.h"
 #include "app/cli/InspectCommand.h"
+#include "app/cli/PresentCommand.h"
 #include "app/cli/RenderCommand.h"
+#include "app/cli/SendCommand.h"
+#include "app/ui/QtShowWindow.h"
 #include "base/Logger.h"
 
 namespace {
@@ -26,29 +32,40 @@ int runCommand(int argc, char** argv) {
     bool isVerbose = false;
     app.add_flag("--verbose", isVerbose, "Tell on standard error what goes on inside");
 
-    lanternfly::RenderOptions render;
-    auto* renderCommand =
-        app.add_subcommand("render", "Compose a recorded presenter and a PDF deck into a video");
-    lanternfly::declareRender(*renderCommand, render);
-    lanternfly::ContactSheetOptions sheet;
-    auto* sheetCommand =
-        app.add_subcommand("contact-sheet", "Show a video as one sheet of small pictures");
-    lanternfly::declareContactSheet(*sheetCommand, sheet);
-    lanternfly::CommandsOptions commands;
-    auto* commandsCommand = app.add_subcommand(
-        "commands", "List what the program can be told, and the signs and keys that tell it");
-    lanternfly::declareCommands(*commandsCommand, commands);
-    lanternfly::CamerasOptions cameras;
-    auto* camerasCommand = app.add_subcommand("cameras", "List the cameras of this computer");
-    lanternfly::declareCameras(*camerasCommand, cameras);
-    lanternfly::InspectOptions inspect;
-    auto* inspectCommand = app.add_subcommand(
-        "inspect", "Show what the recognizers make of hands, and why a pinch was missed");
-    lanternfly::declareInspect(*inspectCommand, inspect);
-    lanternfly::EvaluateHandsOptions evaluation;
-    auto* evaluateCommand = app.add_subcommand(
-        "evaluate-hands", "Measure how well hands and faces are found in labelled pictures");
-    lanternfly::declareEvaluateHands(*evaluateCommand, evaluation);
+    // Each command declares its options and is run with them.
+    std::map<const CLI::App*, std::function<int()>> runs;
+    const auto offer = [&](const char* name, const char* summary, auto& options, auto declare,
+                           auto run) {
+        CLI::App* command = app.add_subcommand(name, summary);
+        declare(*command, options);
+        runs[command] = [&options, run] { return run(options); };
+    };
+    using namespace lanternfly;
+    PresentOptions present;
+    offer("present", "Show a deck in the picture of a live camera", present, declarePresent,
+          [](const PresentOptions& options) { return runPresent(options, makeQtShowWindow); });
+    SendOptions send;
+    offer("send", "Tell a running show what to do", send, declareSend, runSend);
+    RenderOptions render;
+    offer("render", "Compose a recorded presenter and a PDF deck into a video", render,
+          declareRender, runRender);
+    ContactSheetOptions sheet;
+    offer("contact-sheet", "Show a video as one sheet of small pictures", sheet,
+          declareContactSheet, runContactSheet);
+    CommandsOptions commands;
+    offer("commands", "List what the program can be told, and the signs and keys that tell it",
+          commands, declareCommands, runCommands);
+    CamerasOptions cameras;
+    offer("cameras", "List the cameras of this computer", cameras, declareCameras, runCameras);
+    DoctorOptions doctor;
+    offer("doctor", "Examine this computer, and say what to do for each problem", doctor,
+          declareDoctor, runDoctor);
+    InspectOptions inspect;
+    offer("inspect", "Show what the recognizers make of hands, and why a pinch was missed", inspect,
+          declareInspect, runInspect);
+    EvaluateHandsOptions evaluation;
+    offer("evaluate-hands", "Measure how well hands and faces are found in labelled pictures",
+          evaluation, declareEvaluateHands, runEvaluateHands);
 
     try {
         app.parse(argc, argv);
@@ -60,14 +77,8 @@ int runCommand(int argc, char** argv) {
                    parsed.empty() ? "" : " " + parsed.front()->get_name());
         return exitUsage;
     }
-    lanternfly::Logger::setMinimumLevel(isVerbose ? lanternfly::LogLevel::debug
-                                                  : lanternfly::LogLevel::error);
-    if (renderCommand->parsed()) return lanternfly::runRender(render);
-    if (inspectCommand->parsed()) return lanternfly::runInspect(inspect);
-    if (sheetCommand->parsed()) return lanternfly::runContactSheet(sheet);
-    if (camerasCommand->parsed()) return lanternfly::runCameras(cameras);
-    if (evaluateCommand->parsed()) return lanternfly::runEvaluateHands(evaluation);
-    return lanternfly::runCommands(commands);
+    Logger::setMinimumLevel(isVerbose ? LogLevel::debug : LogLevel::error);
+    return runs.at(app.get_subcommands().front())();
 }
 
 } // namespace

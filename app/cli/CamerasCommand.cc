@@ -3,17 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <memory>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "app/CommandError.h"
+#include "app/live/CameraSource.h"
 #include "capture/CameraChoice.h"
 #include "capture/CameraFeed.h"
-#include "platform/linux/camera/LinuxCameras.h"
-#include "platform/linux/camera/SystemCameras.h"
 
 namespace lanternfly {
 namespace {
@@ -88,22 +86,20 @@ void declareCameras(CLI::App& command, CamerasOptions& options) {
 }
 
 int runCameras(const CamerasOptions& options) {
-    LinuxCameras cameras(systemCameras());
-    if (cameras.authorization() == CameraAuthorization::denied)
-        throw CommandError("there are cameras, but no permission to use them: add yourself to the "
-                           "group \"video\" (sudo usermod -aG video $USER) and log in again");
+    const auto cameras = machineCameras();
+    if (cameras->authorization() == CameraAuthorization::denied)
+        throw CommandError(cameraPermissionHelp);
 
-    const auto infos = CameraFeed::discover(cameras);
+    const auto infos = CameraFeed::discover(*cameras);
     std::map<std::string, Formats> formats;
     for (const CameraDeviceInfo& info : infos)
         formats[info.id];
-    for (const CameraDeviceRef& device : cameras.devices(cameraTypesByPriority))
+    for (const CameraDeviceRef& device : cameras->devices(cameraTypesByPriority))
         formats[device->uniqueID()] = device->formats();
     if (options.isJson)
         printJson(infos, formats);
     else if (infos.empty())
-        fmt::print("no camera found; plug one in, or switch the built-in one on (some computers "
-                   "have a key or a slider for it)\n");
+        fmt::print("{}\n", noCameraHelp);
     else
         printTable(infos, formats);
     return 0;

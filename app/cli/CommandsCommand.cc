@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "app/CommandError.h"
 #include "app/TuningFields.h"
+#include "app/cli/Options.h"
 #include "app/commands/BindingsFile.h"
 #include "app/commands/CommandTable.h"
 
@@ -84,15 +84,13 @@ void printTuning(bool isJson) {
 } // namespace
 
 void declareCommands(CLI::App& command, CommandsOptions& options) {
-    command.add_flag("--json", options.isJson, "As JSON, for programs");
-    command.add_flag("--tuning", options.showsTuning,
-                     "List what tune can set, with the built-in values, instead");
-    command
-        .add_option("--bindings", options.bindings,
-                    "Bindings of signs and keys, instead of the user's own")
-        ->type_name("FILE");
-    command.add_flag("--write-defaults", options.writesDefaults,
-                     "Write the built-in bindings to that file first, to edit them");
+    declareOptions(command, {{"--json", &options.isJson, "", "As JSON, for programs"},
+                             {"--tuning", &options.showsTuning, "",
+                              "List what tune can set, with the built-in values, instead"},
+                             {"--bindings", &options.bindings, "FILE",
+                              "Bindings of signs and keys, instead of the user's own"},
+                             {"--write-defaults", &options.writesDefaults, "",
+                              "Write the built-in bindings to that file first, to edit them"}});
 }
 
 int runCommands(const CommandsOptions& options) {

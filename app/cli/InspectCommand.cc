@@ -8,6 +8,7 @@
 #include "app/CommandError.h"
 #include "app/Interrupt.h"
 #include "app/ReadyDetector.h"
+#include "app/cli/Options.h"
 #include "app/cli/OutputNames.h"
 #include "app/cli/Progress.h"
 #include "app/inspect/GestureReplay.h"
@@ -115,10 +116,10 @@ void declareInspect(CLI::App& command, InspectOptions& options) {
                     "table is printed")
         ->required()
         ->type_name("TRACK|VIDEO");
-    command.add_option("--out", options.out, "Page to write, with plots of all that was measured")
-        ->type_name("HTML");
-    command.add_flag("--default-tuning", options.usesDefaultTuning,
-                     "Leave the user's own tuning aside");
+    declareOptions(command, {{"--out", &options.out, "HTML",
+                              "Page to write, with plots of all that was measured"},
+                             {"--default-tuning", &options.usesDefaultTuning, "",
+                              "Leave the user's own tuning aside"}});
 }
 
 int runInspect(const InspectOptions& options) {

@@ -2,11 +2,7 @@
 // composed video out. Threads: bound.
 #pragma once
 
-#include <filesystem>
-#include <optional>
-#include <string>
-
-#include "app/Framing.h"
+#include "app/ShowOptions.h"
 
 namespace CLI {
 class App;
@@ -15,22 +11,10 @@ class App;
 namespace lanternfly {
 
 struct RenderOptions {
+    ShowOptions show;
     std::filesystem::path camera; // empty: the hands of `poses` are drawn instead
-    std::filesystem::path deck;
     std::filesystem::path out;
-    std::optional<std::filesystem::path> events;
-    std::optional<std::filesystem::path> trace;
-    std::optional<std::filesystem::path> poses;
-    std::optional<std::filesystem::path> recordedPoses;
-    std::optional<std::filesystem::path> script;
-    std::optional<std::filesystem::path> bindings;
-    int page = 1;
-    int width = 1920, height = 1080;
-    bool isMirrored = false;
-    bool looksForFaces = false;
-    std::optional<std::filesystem::path> handModel;
-    FramingMode framing = FramingMode::crop;
-    std::string device = "cpu"; // as chooseDevice() takes it
+    ShowOptions::File poses;
     bool dropsInRealTime = false;
 };
 
