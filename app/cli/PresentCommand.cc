@@ -15,6 +15,7 @@
 #include "app/control/ControlServer.h"
 #include "app/live/LiveShow.h"
 #include "app/live/PresentSettings.h"
+#include "app/sinks/OpenOutputs.h"
 #include "base/Logger.h"
 
 namespace lanternfly {
@@ -26,12 +27,14 @@ void tell(const std::string& note) {
     fmt::print(stderr, "lanternfly: {}\n", note);
 }
 
-// The live host words what is wrong with cameras itself, once and with what to do.
-void quietenCameraLog() {
+// What is wrong with cameras and outputs is told by Troubles, once and with what to do.
+void quietenLog() {
     if (Logger::minimumLevel() < LogLevel::error) return; // the user wants all
     Logger::exchangeSink([](const LogRecord& record) {
-        if (!record.category.starts_with("CameraFeed"))
-            fmt::print(stderr, "lanternfly: {}\n", record.message);
+        const bool isToldByUs = record.category.starts_with("CameraFeed") ||
+                                record.category.ends_with("Sink") ||
+                                record.category == "VirtualCamera";
+        if (!isToldByUs) fmt::print(stderr, "lanternfly: {}\n", record.message);
     });
 }
 
@@ -87,6 +90,8 @@ public:
         if (status.camera.state != CameraStatus::State::silent)
             note("camera", status.camera.problem,
                  fmt::format("camera {} is there", status.camera.name));
+        for (const auto& [name, output] : status.outputs)
+            note(name, output.problem, fmt::format("{} works", name));
     }
 
 private:
@@ -125,7 +130,9 @@ void declarePresent(CLI::App& command, PresentOptions& options) {
          {"--camera", &options.camera, "ID|FILE|demo",
           "A camera of lanternfly cameras by its identifier or name, a video, or the demo "
           "presenter; the best camera if left out"},
-         {"--output", &options.outputs, "LIST", "Where the picture goes besides the window"},
+         {"--output", &options.outputs, "LIST",
+          "Where the picture goes besides the window, with commas between: pipewire or v4l2, a "
+          "camera for other programs; file:talk.mkv, a recording"},
          {"--no-window", &options.hasNoWindow, "", "Show no window"},
          {"--no-control", &options.hasNoControl, "",
           "Take no commands from lanternfly send, so that another show may run"},
@@ -146,19 +153,28 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
     const PresentOptions options = withSettings(given);
     const ShowOptions& asked = options.show;
     Interrupt::install();
-    quietenCameraLog();
+    quietenLog();
+    const auto choices = parseOutputs(options.outputs);
+    std::vector<NamedFile> written{{"--record-poses", asked.recordedPoses.value_or(fs::path{})},
+                                   {"--events", asked.events.value_or(fs::path{})},
+                                   {"--trace", asked.trace.value_or(fs::path{})}};
+    for (const OutputChoice& choice : choices)
+        if (const auto* file = std::get_if<FileOutput>(&choice))
+            written.push_back({"--output", file->file});
+    std::error_code failure; // no file: a camera of another kind
     refuseOverwriting({{"the deck", asked.deck},
                        {"--script", asked.script.value_or(fs::path{})},
-                       {"--bindings", asked.bindings.value_or(fs::path{})}},
-                      {{"--record-poses", asked.recordedPoses.value_or(fs::path{})},
-                       {"--events", asked.events.value_or(fs::path{})},
-                       {"--trace", asked.trace.value_or(fs::path{})}});
+                       {"--bindings", asked.bindings.value_or(fs::path{})},
+                       {"--camera", fs::exists(options.camera, failure) ? options.camera : ""}},
+                      written);
     if (asked.script) Show::readScript(asked, INT_MAX); // before anything begins
 
     const auto loop = std::make_shared<EventLoop>();
     const auto window = options.hasNoWindow ? nullptr : makeWindow(options.look);
     std::vector<std::unique_ptr<FrameSink>> outputs;
     if (window) outputs.push_back(window->makeSink());
+    for (auto& output : openOutputs(choices, {asked.width, asked.height}))
+        outputs.push_back(std::move(output));
     Troubles troubles([&](const std::string& note) {
         tell(note);
         if (window) window->note(note);
@@ -178,10 +194,10 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
     const auto control = listenForOthers(options, *loop, show);
     const auto interrupt = loop->watch(Interrupt::descriptor(), [&] { loop->quit(); });
 
-    LiveShow::Problem failure;
+    LiveShow::Problem trouble;
     const auto begin = [&](const LiveShow::Problem& problem) {
-        failure = problem ? problem : show.playScript();
-        if (failure) loop->quit();
+        trouble = problem ? problem : show.playScript();
+        if (trouble) loop->quit();
     };
     if (asked.deck.empty())
         begin(std::nullopt);
@@ -195,7 +211,7 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
     }
     const std::string summary = statusLine(show.status());
     show.finish();
-    if (failure) throw CommandError(*failure);
+    if (trouble) throw CommandError(*trouble);
     fmt::print("{}\n", summary);
     return 0; // a signal is how a show ends
 }

@@ -1,5 +1,6 @@
 #include "app/ui/ShowFrame.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QFileDialog>
@@ -17,6 +18,7 @@ namespace lanternfly {
 namespace {
 
 constexpr int statusIntervalMs = 500;
+constexpr int cameraIntervalMs = 3000; // drivers are asked
 constexpr int noteMs = 15'000;
 
 QString fromText(std::string_view text) {
@@ -54,6 +56,8 @@ ShowFrame::ShowFrame(LiveShow& show, std::shared_ptr<NewestFrame> newest,
     statusBar()->addWidget(_status, 1);
     connect(&_statusTimer, &QTimer::timeout, [this] { refresh(); });
     _statusTimer.start(statusIntervalMs);
+    connect(&_cameraTimer, &QTimer::timeout, [this] { fillCameras(); });
+    _cameraTimer.start(cameraIntervalMs);
     refresh();
 }
 
@@ -95,7 +99,9 @@ void ShowFrame::makeCameraChoice() {
     fillCameras();
 }
 
+// Cameras come and go; an open choice is left alone.
 void ShowFrame::fillCameras() {
+    if (_cameras->view()->isVisible()) return;
     const auto infos = _show.camera().cameras();
     QStringList ids;
     for (const CameraDeviceInfo& info : infos)
@@ -109,6 +115,11 @@ void ShowFrame::fillCameras() {
             _cameras->addItem(fromText(info.name), fromText(info.id));
     }
     _cameras->setEnabled(!infos.empty());
+    markCamera();
+}
+
+void ShowFrame::markCamera() {
+    if (_cameras->view()->isVisible()) return;
     if (const auto& current = _show.camera().currentID())
         _cameras->setCurrentIndex(_cameras->findData(fromText(*current)));
 }
@@ -128,8 +139,7 @@ void ShowFrame::refresh() {
     _pages->setPage(status.page);
     _hint->setText(status.pageCount > 0 ? QString()
                                         : "   Drop a PDF here, or open one from the File menu");
-    // Cameras come and go; an open choice is left alone.
-    if (!_cameras->view()->isVisible()) fillCameras();
+    markCamera();
 }
 
 void ShowFrame::apply(const HostCommand& command) {

@@ -39,6 +39,7 @@ private:
     void makeMenus();
     void makeCameraChoice();
     void fillCameras();
+    void markCamera();
     void chooseDeck();
     void open(const QString& file);
     void apply(const HostCommand& command);
@@ -51,7 +52,7 @@ private:
     QComboBox* _cameras;
     QLabel* _hint;
     QLabel* _status;
-    QTimer _statusTimer;
+    QTimer _statusTimer, _cameraTimer;
 };
 
 } // namespace lanternfly
