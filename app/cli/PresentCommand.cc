@@ -66,15 +66,19 @@ private:
     EventLoop& _loop;
 };
 
+// Null when nobody can talk to this show.
 std::unique_ptr<ControlServer> listenForOthers(const PresentOptions& options, EventLoop& loop,
-                                               LiveShow& show) {
+                                               const std::optional<Answers>& answers) {
     if (options.hasNoControl) return nullptr;
     const auto socket = controlSocket();
     if (!socket) {
         tell("there is no XDG_RUNTIME_DIR, so lanternfly send cannot reach this show");
         return nullptr;
     }
-    return std::make_unique<ControlServer>(loop, *socket, Answers(show, loop));
+    return std::make_unique<ControlServer>(
+        loop, *socket, [&answers](const std::string& line, const ControlServer::Reply& reply) {
+            (*answers)(line, reply);
+        });
 }
 
 // Tells what is wrong with the camera and the outputs, once each, and when it is well again.
@@ -170,6 +174,9 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
     if (asked.script) Show::readScript(asked, INT_MAX); // before anything begins
 
     const auto loop = std::make_shared<EventLoop>();
+    // A second show ends here, before it touches a camera or a file.
+    std::optional<Answers> answers; // there when the loop runs
+    const auto control = listenForOthers(options, *loop, answers);
     const auto window = options.hasNoWindow ? nullptr : makeWindow(options.look);
     std::vector<std::unique_ptr<FrameSink>> outputs;
     if (window) outputs.push_back(window->makeSink());
@@ -191,7 +198,7 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
         troubles.look(show.status());
         if (window) window->refresh();
     };
-    const auto control = listenForOthers(options, *loop, show);
+    answers.emplace(show, *loop);
     const auto interrupt = loop->watch(Interrupt::descriptor(), [&] { loop->quit(); });
 
     LiveShow::Problem trouble;

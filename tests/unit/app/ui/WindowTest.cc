@@ -20,14 +20,15 @@
 namespace lanternfly {
 namespace {
 
-// One for all tests: Qt wants it so.
+// One for all tests, as Qt wants it. It is never destroyed: after main() its parts go in any order.
 struct Application {
     Application() {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         static char name[] = "window_test";
         static char* arguments[] = {name, nullptr};
         static int count = 1;
-        static QApplication application(count, arguments);
+        static auto* const application = new QApplication(count, arguments);
+        application->setQuitOnLastWindowClosed(false);
     }
 };
 
