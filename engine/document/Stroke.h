@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "document/StrokePoint.h"
+
 namespace lanternfly {
 
 // The pixel size of the surface that strokes were drawn on.
@@ -16,7 +18,7 @@ struct DrawingViewport {
 
 struct Stroke {
     // Viewport pixels, x then y. Readers tolerate a point of another length.
-    using Point = std::vector<double>;
+    using Point = StrokePoint;
 
     std::string color{}; // "#RRGGBB" or "#RRGGBBAA"
     double width = 0;    // viewport pixels
