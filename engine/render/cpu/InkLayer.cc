@@ -10,7 +10,7 @@
 
 #include <hwy/highway.h>
 
-#include "render/cpu/Pixels-inl.h"
+#include "render/cpu/InkBlend-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lanternfly {
@@ -20,10 +20,10 @@ namespace HWY_NAMESPACE {
 using namespace lanternfly::HWY_NAMESPACE; // NOLINT
 
 void blendTile(const uint8_t* layer, int x0, int x1, uint8_t* out) {
-    for (auto x = static_cast<size_t>(x0); x < static_cast<size_t>(x1); x += lanes()) {
-        const Ints source = loadPixels(layer, x);
-        if (hn::AllTrue(ints, hn::Eq(source, hn::Zero(ints)))) continue;
-        storePixels(blendOver(unpack(source), loadPixels(out, x)), out, x);
+    for (int x = x0; x < x1; x += inkLanes()) {
+        const InkPixels source = loadInkPixels(layer, x);
+        if (hn::AllTrue(inkPixels, hn::Eq(source, hn::Zero(inkPixels)))) continue;
+        storeInkPixels(inkOver(source, loadInkPixels(out, x)), out, x);
     }
 }
 
@@ -68,10 +68,13 @@ PixelBuffer* InkLayer::pixels() {
     return _pixels.get();
 }
 
-void InkLayer::mark(int y, int x0, int x1) {
-    const int first = x0 / _tilePixels;
-    const int count = (x1 - 1) / _tilePixels - first + 1;
-    _marked[static_cast<size_t>(y)] |= (~uint64_t{0} >> (tiles - count)) << first;
+void InkLayer::mark(const PixelRect& rect) {
+    if (rect.isEmpty()) return;
+    const int first = rect.x0 / _tilePixels;
+    const int count = (rect.x1 - 1) / _tilePixels - first + 1;
+    const uint64_t marked = (~uint64_t{0} >> (tiles - count)) << first;
+    for (int y = rect.y0; y < rect.y1; ++y)
+        _marked[static_cast<size_t>(y)] |= marked;
 }
 
 void InkLayer::clear() {

@@ -19,8 +19,8 @@ public:
 
     // Null when memory is short. It begins clear.
     PixelBuffer* pixels();
-    // Ink was drawn on the pixels x0 … x1 - 1 of a row.
-    void mark(int y, int x0, int x1);
+    // Ink was drawn in here, and nowhere else.
+    void mark(const PixelRect& rect);
     void clear();
     void blendOnto(PixelBuffer& output) const;
 

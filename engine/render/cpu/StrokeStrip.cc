@@ -1,0 +1,116 @@
+#include "render/cpu/StrokeStrip.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "render/cpu/StrokeStrip.cc"
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+
+#include "render/cpu/InkPolygon-inl.h"
+#include "render/cpu/InkSpan-inl.h"
+#include "render/cpu/StraightRibs-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lanternfly {
+namespace {
+namespace HWY_NAMESPACE {
+
+using namespace lanternfly::HWY_NAMESPACE; // NOLINT
+
+class StripDrawer {
+public:
+    StripDrawer(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer)
+        : _s(strip), _output(output), _layer(layer), _frame(output.width(), output.height()),
+          _colour(strip.color) {}
+
+    void draw() {
+        const StraightRibs straightRibs(_s);
+        const int ribCount = _s.vertexCount / 2;
+        Rib from = stripRib(_s, 0);
+        for (int i = 1; i < ribCount; ++i) {
+            Rib to = stripRib(_s, i);
+            // A core that is wider than its ribs ends at them, hard: each rib counts.
+            if (_s.widthScale <= 1) i = straightRibs.pass(from, to, i, ribCount);
+            drawPiece(from, to);
+            from = to;
+        }
+        if (_s.vertexCount % 2 != 0)
+            drawTriangle(from.left, from.right, stripVertex(_s, _s.vertexCount - 1));
+    }
+
+private:
+    HWY_INLINE void drawPiece(const Rib& from, const Rib& to) {
+        if (from.isUsable() && to.isUsable() && isConvex(from, to)) {
+            InkPlane plane(from.left, from.right, to.left);
+            if (plane.hasArea && plane.holds(to.right)) {
+                plane.maxWeight = maxPlaneWeight;
+                const StripVertex* corners[] = {&from.left, &from.right, &to.right, &to.left};
+                drawPolygon(corners, plane);
+                return;
+            }
+        }
+        drawTriangle(from.left, from.right, to.left);
+        drawTriangle(from.right, to.left, to.right);
+    }
+    static HWY_INLINE bool isConvex(const Rib& from, const Rib& to) {
+        const double a = cross(from.left, from.right, to.right);
+        const double b = cross(from.right, to.right, to.left);
+        const double c = cross(to.right, to.left, from.left);
+        const double d = cross(to.left, from.left, from.right);
+        return (a > 0 && b > 0 && c > 0 && d > 0) || (a < 0 && b < 0 && c < 0 && d < 0);
+    }
+
+    HWY_INLINE void drawTriangle(const StripVertex& a, const StripVertex& b, const StripVertex& c) {
+        if (!a.isUsable || !b.isUsable || !c.isUsable) return;
+        const InkPlane plane(a, b, c);
+        const StripVertex* corners[] = {&a, &b, &c};
+        if (plane.hasArea) drawPolygon(corners, plane);
+    }
+
+    template <int cornerCount>
+    HWY_INLINE void drawPolygon(const StripVertex* const (&corners)[cornerCount],
+                                const InkPlane& plane) {
+        const InkPolygon<cornerCount> polygon(corners, _frame);
+        if (polygon.rect().isEmpty()) return;
+        if (_layer) _layer->mark(polygon.rect());
+        if (plane.isEven())
+            blend<EvenInk>(polygon, plane);
+        else
+            blend<VaryingInk>(polygon, plane);
+    }
+    template <typename Ink, typename Polygon>
+    HWY_INLINE void blend(const Polygon& polygon, const InkPlane& plane) {
+        const Ink ink(plane, _s.widthScale, _s.color.a * inkOpaque);
+        polygon.template forEachSpan<Ink::attributeCount>(
+            plane, [&](int y, int x0, int x1, const float* start)
+                       HWY_ATTR { blendInkSpan(ink, _colour, start, x0, x1, _output.row(y)); });
+    }
+
+    const StrokeStrip& _s;
+    PixelBuffer& _output;
+    InkLayer* const _layer;
+    const float2 _frame;
+    const InkColour _colour;
+};
+
+void draw(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer) {
+    StripDrawer(strip, output, layer).draw();
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace
+} // namespace lanternfly
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace lanternfly {
+namespace {
+HWY_EXPORT(draw);
+} // namespace
+
+void drawStrip(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer) {
+    HWY_DYNAMIC_DISPATCH(draw)(strip, output, layer);
+}
+
+} // namespace lanternfly
+#endif
