@@ -9,6 +9,7 @@
 #include "ReferenceRenderer.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/FrameCompositor.h"
+#include "render/InkTessellator.h"
 #include "support/Pictures.h"
 #include "support/Png.h"
 #include "support/scenes/Scenes.h"
@@ -232,6 +233,34 @@ TEST(HeldInk, LooksAsInkThatIsDrawnAnew) {
         EXPECT_LE(delta.largest, 3) << step.name;
         EXPECT_GT(delta.psnr(), 55) << step.name;
     }
+}
+
+// Ink of layers leaves out vertices that change it by less than can be seen.
+TEST(LeanInk, LooksAsTheWholeMesh) {
+    const auto device = CpuDevice::create();
+    const auto camera = cameraScene(320, 180);
+    constexpr DrawingViewport viewport{320, 180};
+    std::vector<StrokeBatch> lean, whole;
+    for (int i = 0; i < 6; ++i) {
+        Stroke wave{.color = i % 2 ? "#FFFFFFE6" : "#000000FF", .width = 7, .points = {}};
+        for (int point = 0; point < 150; ++point)
+            wave.points.push_back({10.3 + 2 * point, 20 + 27.0 * i + 20 * std::sin(0.05 * point)});
+        auto batch = InkTessellator{}.batch(wave, viewport);
+        ASSERT_TRUE(batch);
+        lean.push_back(std::move(*batch));
+        whole.emplace_back(
+            StrokeGeometry::tessellate(wave, StrokeGeometry::InkProfile::studioDraw, 3, false),
+            viewport);
+        ASSERT_LT(4 * lean.back().triangleStripVertexCount, whole.back().triangleStripVertexCount);
+    }
+    const auto frame = [&](std::vector<StrokeBatch> batches) {
+        const auto compositor = FrameCompositor::create(device, 320, 180);
+        compositor->setStrokeBatches(std::move(batches));
+        return compositor->composite(camera, false, FullComposition{}, 0);
+    };
+    const auto delta = difference(*frame(lean), *frame(whole));
+    EXPECT_LE(delta.largest, 8);
+    EXPECT_GT(delta.psnr(), 50);
 }
 
 // Ink whose vertices, colours and counts are anything.
