@@ -25,18 +25,27 @@ double2 onScribble(int stroke, int point) {
             90 + 18.0 * stroke + 80 * std::sin(9 * t + stroke)};
 }
 
-std::vector<StrokeBatch> tessellated(double shiftPX) {
-    std::vector<StrokeBatch> batches;
+constexpr DrawingViewport viewport{width, height};
+
+Layer scribbled(double shiftPX) {
+    DrawingContent content{.viewport = viewport};
     for (int i = 0; i < strokeCount; ++i) {
         Stroke stroke{.color = "#FFD23FE6", .width = 7, .points = {}};
         for (int point = 0; point < pointCount; ++point) {
             const double2 at = onScribble(i, point);
             stroke.points.push_back({at.x + shiftPX, at.y});
         }
+        content.strokes.push_back(std::move(stroke));
+    }
+    return {.id = "lyr_ink", .kind = LayerKind::drawing, .content = std::move(content)};
+}
+
+std::vector<StrokeBatch> tessellated(const Layer& layer) {
+    std::vector<StrokeBatch> batches;
+    for (const Stroke& stroke : std::get<DrawingContent>(layer.content).strokes)
         batches.emplace_back(
             StrokeGeometry::tessellate(stroke, StrokeGeometry::InkProfile::studioDraw, 0, false),
-            DrawingViewport{width, height});
-    }
+            viewport);
     return batches;
 }
 
@@ -66,7 +75,7 @@ struct Canvas {
     std::shared_ptr<FrameCompositor> compositor =
         FrameCompositor::create(CpuDevice::create(), width, height);
     LayerRenderer renderer{compositor};
-    DrawController controller{{width, height}, "lyr_ink", "#FFD23FE6", 7};
+    DrawController controller{viewport, "lyr_ink", "#FFD23FE6", 7};
     PixelBufferRef camera = PixelBuffer::create(width, height);
 };
 
@@ -77,13 +86,26 @@ void frameWithoutInk(benchmark::State& state) {
 }
 BENCHMARK(frameWithoutInk)->Unit(benchmark::kMillisecond);
 
-// Every frame brings strokes that were not there before, tessellated without smoothing.
+// A page full of ink that was not there before, in every frame: 50 strokes of 500 points are handed
+// over, smoothed, tessellated and drawn.
+void frameOfFiftyNewStrokes(benchmark::State& state) {
+    Canvas canvas;
+    const std::vector<Layer> pages[] = {{scribbled(0)}, {scribbled(1)}};
+    size_t page = 0;
+    for (auto _ : state) {
+        canvas.renderer.setLayers(pages[++page % 2], 16.0f / 9);
+        canvas.frame();
+    }
+}
+BENCHMARK(frameOfFiftyNewStrokes)->Unit(benchmark::kMillisecond);
+
+// The same without layers and without smoothing.
 void frameTessellatedAnew(benchmark::State& state) {
     Canvas canvas;
-    double shiftPX = 0;
+    const Layer pages[] = {scribbled(0), scribbled(1)};
+    size_t page = 0;
     for (auto _ : state) {
-        shiftPX = 1 - shiftPX;
-        canvas.compositor->setStrokeBatches(tessellated(shiftPX));
+        canvas.compositor->setStrokeBatches(tessellated(pages[++page % 2]));
         canvas.frame();
     }
 }
