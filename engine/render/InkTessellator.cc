@@ -22,7 +22,7 @@ constexpr double smallestDotRadiusPX = 0.25; // of the ring: a ring without leng
 constexpr double farthestPX = 1e6; // from the viewport's corner; beyond it floats lose the pixel
 // How far an outline may be off already when InkOutline looks at it.
 constexpr float maxFirstErrorPX = InkTessellator::maxErrorPX - InkOutline::maxErrorPX;
-constexpr float maxTightness = 0.4f; // half the width of a stroke over the radius of its bend
+constexpr float maxTightness = 0.8f; // half the width of a stroke over the radius of its bend
 
 bool isDrawable(const Stroke& stroke) {
     const auto isFar = [](double coordinate) {
