@@ -3,7 +3,7 @@ PRESET ?= dev
 JOBS ?= $(shell nproc)
 export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
 
-.PHONY: help run test bench format clean deps coverage release
+.PHONY: help run test bench format clean deps coverage release deb
 
 help:
 	@echo "make run       build, and render the demo into out/demo.mp4 and out/contact.png"
@@ -11,6 +11,7 @@ help:
 	@echo "make bench     measure, against the usual libraries where there is one: out/bench.json"
 	@echo "make format    format the sources"
 	@echo "make coverage  which lines the tests reach: out/coverage/index.html"
+	@echo "make deb       a Debian package of the program: out/lanternfly_*.deb"
 	@echo "make deps      install the Debian packages that the build needs"
 	@echo "make clean     remove build/ and out/"
 
@@ -20,6 +21,11 @@ deps:
 release: deps
 	cmake --preset release
 	cmake --build --preset release --target lanternfly lanternfly-pdf-worker
+
+deb: release
+	@mkdir -p out
+	cd build/release && cpack -G DEB -B "$(CURDIR)/build/package"
+	mv build/package/*.deb out/
 
 LANTERNFLY = build/release/app/lanternfly
 

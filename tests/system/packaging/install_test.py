@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Holds what `cmake --install` puts down to what a user of it needs:
-`install_test.py --cmake CMAKE --build FOLDER`."""
+"""Holds what `cmake --install` puts down, and the Debian package, to what a user of them needs:
+`install_test.py --cmake CMAKE --build FOLDER [--cpack CPACK]`."""
 
 import argparse
 import configparser
@@ -122,9 +122,37 @@ class Installed(unittest.TestCase):
         self.assertIn(version, [release.get("version") for release in about.iter("release")])
 
 
+class Packaged(unittest.TestCase):
+    def setUp(self):
+        if not OPTIONS.cpack:
+            self.skipTest("no package of this build")
+        self.folder = tempfile.TemporaryDirectory(prefix="lanternfly-package-")
+        self.addCleanup(self.folder.cleanup)
+
+    def test_the_package_holds_a_program_that_runs_and_names_what_it_needs(self):
+        here = Path(self.folder.name)
+        made = run(OPTIONS.cpack, "-G", "DEB", "-B", str(here), cwd=OPTIONS.build)
+        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+        package, = here.glob("lanternfly_*.deb")
+        needs = run("dpkg-deb", "--field", str(package), "Depends").stdout
+        for library in ("libqt6widgets6", "libpipewire-0.3-0", "libopencv-dnn406"):
+            self.assertIn(library, needs)
+        root = here / "root"
+        unpacked = run("dpkg-deb", "--extract", str(package), str(root))
+        self.assertEqual(unpacked.returncode, 0, unpacked.stderr)
+        for name in ("bin/lanternfly", "libexec/lanternfly/lanternfly-pdf-worker",
+                     "share/lanternfly/models/hand_model.json", "share/man/man1/lanternfly.1",
+                     "share/applications/org.lanternfly.Lanternfly.desktop",
+                     "share/doc/lanternfly/copyright"):
+            self.assertTrue((root / "usr" / name).is_file(), name)
+        examined = run(str(root / "usr/bin/lanternfly"), "doctor", "--json")
+        self.assertIn(str(root / "usr/share/lanternfly/models"), examined.stdout)
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--cmake", required=True)
     parser.add_argument("--build", required=True)
+    parser.add_argument("--cpack")
     OPTIONS = parser.parse_args()
     unittest.main(argv=sys.argv[:1])

@@ -86,6 +86,35 @@ TEST_F(PresentTest, WritesATrace) {
     EXPECT_EQ(begun, ended);
 }
 
+TEST_F(PresentTest, RecordsWhatItShows) {
+    present("--camera demo --output file:talk.mkv");
+    ASSERT_TRUE(isShowingFrames(10)) << said();
+    EXPECT_EQ(status()["outputs"][0]["name"], "talk.mkv");
+    const auto second =
+        lanternfly("present --no-window --camera demo --size 320x180 --output file:talk.mkv");
+    EXPECT_THAT(second.output, HasSubstr("already"));
+    EXPECT_EQ(end(), 0) << said();
+    const auto probe = shell("ffprobe -v error -count_frames -select_streams v -show_entries "
+                             "stream=width,nb_read_frames -of csv=p=0 " +
+                             quoted(folder / "talk.mkv"));
+    EXPECT_EQ(probe.exitCode, 0) << probe.output;
+    int width = 0, frames = 0;
+    EXPECT_EQ(sscanf(probe.output.c_str(), "%d,%d", &width, &frames), 2) << probe.output;
+    EXPECT_EQ(width, 320);
+    EXPECT_GE(frames, 5);
+}
+
+TEST_F(PresentTest, ADiskThatIsFullEndsTheRecordingAndNotTheShow) {
+    present("--camera demo --output file:talk.mkv");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    show->limitFileSize(20'000);
+    EXPECT_TRUE(comesTo([](const Json& now) { return now["outputs"][0]["state"] == "failed"; }));
+    const int frames = status()["frames"];
+    EXPECT_TRUE(isShowingFrames(frames + 3));
+    EXPECT_THAT(said(), HasSubstr("talk.mkv"));
+    EXPECT_EQ(end(), 0) << said();
+}
+
 TEST_F(PresentTest, ASecondShowIsRefusedAndTheFirstGoesOn) {
     present("--camera demo");
     ASSERT_TRUE(isShowingFrames()) << said();
@@ -130,6 +159,7 @@ TEST_F(PresentTest, WhatIsWrongWithTheFilesIsOneClearLine) {
         {"--camera ./missing.mp4", "missing.mp4"},
         {"--camera bad.mp4", "bad.mp4"},
         {"--camera demo --script bad.script", "line 1"},
+        {"--camera demo --output nowhere", "nowhere"},
         {"--camera demo --device vulkan:nosuch", "there is no device"},
         {"--camera demo --events " + deck + " " + deck, "the same file"}};
     for (const auto& [arguments, about] : cases) {
@@ -157,6 +187,21 @@ TEST_F(PresentTest, DamagedBindingsAreToldAndTheBuiltInOnesAreUsed) {
     present("--camera demo");
     ASSERT_TRUE(isShowingFrames()) << said();
     EXPECT_THAT(said(), AllOf(HasSubstr("bindings.json"), HasSubstr("the built-in bindings")));
+    EXPECT_EQ(end(), 0);
+}
+
+TEST_F(PresentTest, SettingsAreKeptAndTakenUpAgain) {
+    present("--camera demo --mirror --save-settings");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    EXPECT_EQ(end(), 0);
+    present("");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    EXPECT_EQ(status()["camera"]["name"], "Demo presenter");
+    EXPECT_EQ(end(), 0);
+    std::ofstream(folder / "config/lanternfly/present.json") << "{";
+    present("--camera demo");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    EXPECT_THAT(said(), HasSubstr("present.json: this is no JSON"));
     EXPECT_EQ(end(), 0);
 }
 
