@@ -18,7 +18,8 @@ help:
 deps:
 	@tools/deps.sh
 
-release: deps
+release:
+	@tools/deps.sh --without-tests
 	cmake --preset release
 	cmake --build --preset release --target lanternfly lanternfly-pdf-worker
 

@@ -1,9 +1,17 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of tools/packages.txt that are missing. Quick when none is.
+#   tools/deps.sh [--without-tests]   leaves out what only tests drive
 set -euo pipefail
 cd "$(dirname "$0")"
 
-mapfile -t wanted < <(grep -Ev '^[[:space:]]*(#|$)' packages.txt)
+list() {
+    if [ "${1:-}" = --without-tests ]; then
+        sed '/only tests drive/,$d' packages.txt
+    else
+        cat packages.txt
+    fi
+}
+mapfile -t wanted < <(list "$@" | grep -Ev '^[[:space:]]*(#|$)')
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     echo "This system has no apt-get, so nothing was installed. The build needs what these Debian 12"
