@@ -5,6 +5,7 @@
 #include "app/CommandError.h"
 #include "base/Match.h"
 #include "diagnostics/FrameChannel.h"
+#include "platform/linux/pipewire/Microphone.h"
 #include "platform/linux/pipewire/VirtualCamera.h"
 #include "platform/linux/v4l2/LoopbackSink.h"
 #include "platform/linux/video/RecordingSink.h"
@@ -40,11 +41,13 @@ std::vector<std::unique_ptr<FrameSink>> openOutputs(const std::vector<OutputChoi
                                               .framesPerSecond = FrameChannel::frameRate});
                 },
                 [&](const FileOutput& output) -> std::unique_ptr<FrameSink> {
-                    return std::make_unique<RecordingSink>(
-                        RecordingOptions{.file = output.file,
-                                         .width = width,
-                                         .height = height,
-                                         .frameRate = {FrameChannel::frameRate, 1}});
+                    return std::make_unique<RecordingSink>(RecordingOptions{
+                        .file = output.file,
+                        .width = width,
+                        .height = height,
+                        .frameRate = {FrameChannel::frameRate, 1},
+                        .sound =
+                            picture.hasSound ? std::make_shared<pipewire::Microphone>() : nullptr});
                 }));
     } catch (const std::runtime_error& error) { // CameraError, VideoError: sentences for the user
         throw CommandError(error.what());

@@ -76,6 +76,8 @@ struct VideoWriterOptions {
     std::optional<std::filesystem::path> soundFrom;
     // Written while it happens: encoded with less effort, and an MP4 too plays as far as it got.
     bool isLive = false;
+    // Beside the pictures comes live sound.
+    bool hasLiveSound = false;
 };
 
 class VideoWriter {

@@ -14,4 +14,8 @@ MediaTime RecordingTime::next(MediaTime pts) {
     return MediaTime::fromNanos(std::llround(_last * 1e9));
 }
 
+double RecordingTime::secondsOf(MediaTime pts) const {
+    return _last + pts.seconds() - _lastSource.value_or(pts.seconds());
+}
+
 } // namespace lanternfly

@@ -19,6 +19,9 @@ public:
     // Nanoseconds from the start. A time that is invalid, does not rise or leaps counts as one
     // frame after the last.
     MediaTime next(MediaTime pts);
+    // Where a sound of this time belongs, in seconds; below 0 before the first frame. Of meaning
+    // once there was a frame.
+    double secondsOf(MediaTime pts) const;
 
 private:
     const double _frameSeconds;

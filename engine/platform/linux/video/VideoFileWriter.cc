@@ -166,6 +166,7 @@ void VideoFileWriter::openContainer(bool withSound) {
         _sound = std::make_unique<SoundCopier>(*_options.soundFrom, *context, _notes);
         if (!_sound->hasStreams()) _sound.reset();
     }
+    if (_options.hasLiveSound) _liveSound = std::make_unique<SoundEncoder>(*context);
     check(avio_open(&context->pb, context->url, AVIO_FLAG_WRITE));
 }
 
@@ -202,6 +203,10 @@ void VideoFileWriter::write(const PixelBuffer& picture, MediaTime pts) {
     drainEncoder();
 }
 
+void VideoFileWriter::writeSound(std::span<const float> samples, double seconds) {
+    if (_liveSound) check(_liveSound->write(samples, seconds));
+}
+
 void VideoFileWriter::drainEncoder() {
     for (;;) {
         const int received = avcodec_receive_packet(_encoder.get(), _packet.get());
@@ -224,6 +229,9 @@ void VideoFileWriter::finish(Sound sound) {
                            1.0 / _options.frameRate.framesPerSecond();
         check(sound == Sound::whole ? _sound->copyRest() : _sound->copyUntil(end));
     }
+    if (_liveSound)
+        check(_liveSound->finish(static_cast<double>(std::max<int64_t>(_lastTicks, 0)) *
+                                 av_q2d(clockTick)));
     check(av_write_trailer(_container.get()));
     check(_container->pb->error);
     check(avio_closep(&_container->pb));

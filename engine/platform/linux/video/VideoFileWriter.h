@@ -4,11 +4,13 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "platform/VideoFile.h"
 #include "platform/linux/video/Libav.h"
 #include "platform/linux/video/OutputFile.h"
 #include "platform/linux/video/SoundCopier.h"
+#include "platform/linux/video/SoundEncoder.h"
 
 namespace lanternfly {
 
@@ -19,6 +21,8 @@ public:
     ~VideoFileWriter() override;
 
     void write(const PixelBuffer& picture, MediaTime pts) override;
+    // Samples of a SoundBlock, for a file with live sound. Throws VideoError.
+    void writeSound(std::span<const float> samples, double seconds);
     void finish(Sound sound) override;
     const std::vector<std::string>& notes() const override { return _notes; }
 
@@ -40,6 +44,7 @@ private:
     std::unique_ptr<AVFormatContext, CloseOutput> _container;
     AVStream* _stream = nullptr; // owned by the container
     std::unique_ptr<SoundCopier> _sound;
+    std::unique_ptr<SoundEncoder> _liveSound;
     libav::Scaler _scaler;
     libav::Frame _frame;
     libav::Packet _packet;

@@ -48,7 +48,7 @@ TEST(OutputChoiceTest, TheSameTwiceIsAMistake) {
 TEST(OpenOutputsTest, OpensInOrder) {
     const TemporaryFolder folder;
     const auto sinks = openOutputs({FileOutput{folder / "a.mkv"}, FileOutput{folder / "b.mp4"}},
-                                   {.width = 320, .height = 180});
+                                   {.width = 320, .height = 180, .hasSound = false});
     ASSERT_EQ(sinks.size(), 2u);
     EXPECT_EQ(sinks[0]->name(), "a.mkv");
     EXPECT_EQ(sinks[1]->name(), "b.mp4");
@@ -57,7 +57,8 @@ TEST(OpenOutputsTest, OpensInOrder) {
 TEST(OpenOutputsTest, SaysWhyOneCannotBeOpened) {
     const TemporaryFolder folder;
     try {
-        openOutputs({FileOutput{folder / "missing" / "a.mkv"}});
+        openOutputs({FileOutput{folder / "missing" / "a.mkv"}},
+                    {.width = 320, .height = 180, .hasSound = false});
         ADD_FAILURE() << "opened";
     } catch (const CommandError& error) {
         EXPECT_THAT(error.what(), HasSubstr("cannot write"));
