@@ -21,12 +21,17 @@ int64_t FrameRhythm::take(uint64_t nanos) {
     return missing;
 }
 
-// The mean: a camera whose frames tremble has no interval that stands for all.
+// Where many frames are lost, the short intervals are the camera's own; their mean, because frames
+// tremble.
 uint64_t FrameRhythm::usualNanos() const {
-    const size_t count = std::min(_count, _intervals.size());
-    return std::accumulate(_intervals.begin(), _intervals.begin() + static_cast<ptrdiff_t>(count),
-                           uint64_t{0}) /
-           count;
+    auto sorted = _intervals;
+    const size_t count = std::min(_count, sorted.size());
+    const auto end = sorted.begin() + static_cast<ptrdiff_t>(count);
+    std::sort(sorted.begin(), end);
+    const uint64_t longest = sorted[count / 10] * 3 / 2;
+    const auto own = std::upper_bound(sorted.begin(), end, longest);
+    return std::accumulate(sorted.begin(), own, uint64_t{0}) /
+           static_cast<uint64_t>(own - sorted.begin());
 }
 
 } // namespace lanternfly
