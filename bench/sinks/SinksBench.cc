@@ -4,7 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "platform/FrameSinks.h"
+#include "base/Logger.h"
 #include "platform/linux/output/FrameEncoder.h"
 #include "platform/linux/pipewire/VirtualCamera.h"
 #include "platform/linux/video/RecordingSink.h"
@@ -37,6 +37,7 @@ BENCHMARK_CAPTURE(encode, yuyv720p, FrameEncoding::yuyv, 1280, 720)->Unit(benchm
 
 // What handing over costs the frame thread while nobody watches.
 void unwatchedVirtualCamera(benchmark::State& state) {
+    Logger::setMinimumLevel(LogLevel::error); // PipeWire need not run for this
     pipewire::VirtualCamera camera(
         {.name = "Bench", .manufacturer = "Bench", .model = "Bench", .streamTag = "bench.Video"});
     const auto frame = test::cameraScene(width, height);
