@@ -135,7 +135,7 @@ def sampling_weights(hands):
     """Rare sources and closed pinches come more often."""
     sources = [h.source for h in hands]
     count = {s: sources.count(s) for s in set(sources)}
-    boost = {"hagrid": 1.8, "rendered": 1.3}
+    boost = {"hagrid": 1.8, "rendered": 0.9}
     weights = [
         count[h.source] ** -0.5
         * boost.get(h.source, 1)

@@ -191,6 +191,7 @@ def plot_reliability(curves, file):
     import matplotlib
 
     matplotlib.use("svg")
+    matplotlib.rcParams["svg.fonttype"] = "none"  # a small file
     from matplotlib import pyplot
 
     figure, axes = pyplot.subplots(figsize=(4.5, 4))

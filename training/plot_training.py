@@ -8,6 +8,7 @@ from pathlib import Path
 import matplotlib
 
 matplotlib.use("svg")
+matplotlib.rcParams["svg.fonttype"] = "none"  # small files
 from matplotlib import pyplot
 
 SHOWN = {

@@ -84,7 +84,7 @@ void oneReading(benchmark::State& state) {
 }
 
 void decodingOfTheMaps(benchmark::State& state) {
-    HeatmapDecoder decoder(40);
+    HeatmapDecoder decoder(32);
     std::vector<float> logits(decoder.logitCount());
     for (size_t i = 0; i < logits.size(); ++i)
         logits[i] = static_cast<float>(i * 2654435761u % 1000) / 50;

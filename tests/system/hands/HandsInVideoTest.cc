@@ -31,7 +31,7 @@ TEST(HandsInVideo, AreFoundWhereTheyAre) {
     const SourceResult& demo = result.own[0];
     ASSERT_EQ(demo.scores.pictures, 1080);
     ASSERT_EQ(demo.scores.labelledHands, 1012);
-    // Measured: 0.987, 0.995, 1.0, 0.973, 0.983, 0.992, 0.0030. The floors leave room for another
+    // Measured: 0.989, 0.997, 1.0, 0.995, 0.982, 1.0, 0.0034. The floors leave room for another
     // build of the libraries, whose last bits differ, not for another behaviour.
     EXPECT_GE(demo.scores.recall(), 0.97);
     EXPECT_GE(demo.scores.precision(), 0.98);

@@ -25,7 +25,7 @@ public:
         // It is reported from this picture on, and not before one proof: a reading of this mean
         // confidence, or a look of the detector with this score.
         int confirmPictures = 2;
-        double provenConfidence = 0.7;
+        double provenConfidence = 0.8;
         double provenScore = 0.55;
 
         // A tracked hand goes after so many weak pictures in a row, at once below `noPresence`.

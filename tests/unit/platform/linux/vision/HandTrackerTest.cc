@@ -309,7 +309,7 @@ TEST(HandTracker, OneReadingOfConfidenceProvesAHandForGood) {
     Scene scene;
     scene.hands = {somethingLikeAHandAt(here)};
     HandTracker tracker = following(scene, 5);
-    scene.hands[0].reading = testReading(testHand(here), 0.71f);
+    scene.hands[0].reading = testReading(testHand(here), 0.81f);
     tracker.follow(scene);
     EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
     scene.hands[0] = somethingLikeAHandAt(here);
