@@ -121,6 +121,7 @@ PresentOptions withSettings(PresentOptions options) {
     if (options.look == WindowLook::system) options.look = settings.look;
     if (options.savesSettings)
         saveSettings({options.camera, options.outputs, options.show.isMirrored, options.look});
+    if (options.outputs.empty()) options.outputs = {"pipewire"};
     return options;
 }
 
@@ -135,8 +136,8 @@ void declarePresent(CLI::App& command, PresentOptions& options) {
           "A camera of lanternfly cameras by its identifier or name, a video, or the demo "
           "presenter; the best camera if left out"},
          {"--output", &options.outputs, "LIST",
-          "Where the picture goes besides the window, with commas between: pipewire or v4l2, a "
-          "camera for other programs; file:talk.mkv, a recording"},
+          "Where the picture goes besides the window, with commas between: pipewire (if left out) "
+          "or v4l2, a camera for other programs; file:talk.mkv, a recording; or none"},
          {"--no-window", &options.hasNoWindow, "", "Show no window"},
          {"--no-control", &options.hasNoControl, "",
           "Take no commands from lanternfly send, so that another show may run"},

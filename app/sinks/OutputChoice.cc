@@ -33,6 +33,7 @@ OutputChoice parseOutput(std::string_view text) {
 
 std::vector<OutputChoice> parseOutputs(const std::vector<std::string>& texts) {
     std::vector<OutputChoice> choices;
+    if (texts == std::vector<std::string>{"none"}) return choices;
     for (std::string_view rest : texts)
         while (true) {
             const size_t comma = rest.find(',');

@@ -23,10 +23,11 @@ struct FileOutput {
 using OutputChoice = std::variant<PipeWireOutput, LoopbackOutput, FileOutput>;
 
 // How each of them is written, for --help.
-inline constexpr const char* outputForms = "pipewire, v4l2, v4l2:/dev/videoN, file:NAME.mkv|mp4";
+inline constexpr const char* outputForms =
+    "pipewire, v4l2, v4l2:/dev/videoN, file:NAME.mkv|mp4, none";
 
-// Each text holds one or more of them, with commas between. Throws CommandError for one that is
-// none, or is there twice.
+// Each text holds one or more of them, with commas between; "none" stands alone. Throws
+// CommandError for one that is unknown, or is there twice.
 std::vector<OutputChoice> parseOutputs(const std::vector<std::string>& texts);
 
 } // namespace lanternfly

@@ -66,7 +66,7 @@ protected:
         states = std::make_unique<StateWaiter>(*sink);
     }
     void TearDown() override {
-        if (maker) maker->release();
+        if (sink) maker->release(); // one that has gone holds nobody
         sink = nullptr;
     }
 

@@ -25,6 +25,7 @@ std::string failureOf(const std::vector<std::string>& texts) {
 
 TEST(OutputChoiceTest, ReadsListsAndSingleOnes) {
     EXPECT_THAT(parseOutputs({}), IsEmpty());
+    EXPECT_THAT(parseOutputs({"none"}), IsEmpty());
     EXPECT_THAT(
         parseOutputs({"pipewire,v4l2:/dev/video9,file:talk.mkv"}),
         ElementsAre(PipeWireOutput{}, LoopbackOutput{"/dev/video9"}, FileOutput{"talk.mkv"}));
@@ -33,7 +34,8 @@ TEST(OutputChoiceTest, ReadsListsAndSingleOnes) {
 }
 
 TEST(OutputChoiceTest, SaysWhatIsNoOutput) {
-    for (const char* text : {"", ",", "pipewire,", "screen", "v4l2:", "Pipewire", "pipe wire"})
+    for (const char* text :
+         {"", ",", "pipewire,", "screen", "v4l2:", "Pipewire", "pipe wire", "none,pipewire"})
         EXPECT_THAT(failureOf({text}), HasSubstr("there are pipewire, v4l2")) << text;
     for (const char* text : {"file:", "file:talk", "file:talk.avi"})
         EXPECT_THAT(failureOf({text}), HasSubstr(".mkv or an .mp4")) << text;
