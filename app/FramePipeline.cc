@@ -74,6 +74,8 @@ void FramePipeline::enterFrame(const CameraFrame& frame) {
 Scene FramePipeline::look(CameraFrame frame) {
     lookForHands(frame);
     lookForFace(frame);
+    if (_setup.detection == Detection::awaited || _setup.playedPoses)
+        _handPoseFeed->waitUntilIdle(); // also for what the face had to tell
 
     const double now = _setup.clock.mediaSeconds();
     tickInk(now);
@@ -99,8 +101,6 @@ void FramePipeline::lookForHands(const CameraFrame& frame) {
         playPoses(frame.pts);
     else
         _handPoseFeed->process(frame.picture, frame.pts);
-    if (_setup.detection == Detection::awaited || _setup.playedPoses)
-        _handPoseFeed->waitUntilIdle();
 }
 
 void FramePipeline::playPoses(MediaTime pts) {
