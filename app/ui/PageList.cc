@@ -23,7 +23,7 @@ QIcon iconOf(const PixelBuffer& picture) {
     return icon;
 }
 
-QIcon placeholder() {
+QIcon undrawnPage() {
     QPixmap empty(thumbnailSize);
     empty.fill(QColor(128, 128, 128, 60));
     return empty;
@@ -50,7 +50,7 @@ void PageList::setSlides(const std::shared_ptr<PDFSlideSource>& slides) {
     clear();
     setVisible(slides != nullptr);
     if (!slides) return;
-    const QIcon empty = placeholder();
+    const QIcon empty = undrawnPage();
     for (int page = 1; page <= slides->slideCount(); ++page)
         addItem(new QListWidgetItem(empty, QString::number(page)));
     askNext(0);

@@ -7,28 +7,11 @@
 #include "platform/linux/pipewire/VirtualCamera.h"
 #include "support/ColourBars.h"
 #include "support/FrameSender.h"
-#include "support/PrivatePipeWire.h"
+#include "support/PipeWireSession.h"
 #include "support/StateWaiter.h"
 
 namespace lanternfly::test {
 namespace {
-
-// One for all tests of the program.
-class Session final : public testing::Environment {
-public:
-    void SetUp() override {
-        missing = PrivatePipeWire::missing();
-        if (!missing.empty()) return;
-        pipewire = std::make_unique<PrivatePipeWire>();
-        ASSERT_TRUE(pipewire->start()) << pipewire->log();
-    }
-    void TearDown() override { pipewire = nullptr; }
-
-    static inline std::string missing;
-    static inline std::unique_ptr<PrivatePipeWire> pipewire;
-};
-
-[[maybe_unused]] const auto* const session = testing::AddGlobalTestEnvironment(new Session);
 
 // Another program's camera.
 class NodeMaker final : public CameraMaker {
@@ -73,7 +56,7 @@ private:
     std::unique_ptr<FrameSender> _sender; // goes before the camera
 };
 
-const CameraMakerParameter nodes{"PipeWire", [] { return Session::missing; },
+const CameraMakerParameter nodes{"PipeWire", [] { return PipeWireSession::missing; },
                                  [] { return std::make_unique<NodeMaker>(); }};
 
 INSTANTIATE_TEST_SUITE_P(Implementations, CameraContract, testing::Values(nodes), nameOfMaker);
@@ -83,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Implementations, PluggedCameraContract, testing::Values
 class PipeWireCamerasTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!Session::missing.empty()) GTEST_SKIP() << Session::missing;
+        if (!PipeWireSession::missing.empty()) GTEST_SKIP() << PipeWireSession::missing;
         maker = std::make_unique<NodeMaker>();
         cameras = maker->platform();
     }
@@ -146,11 +129,11 @@ TEST_F(PipeWireCamerasTest, FramesComeAgainAfterARestartOfPipeWire) {
     ChangeCollector changes;
     const auto observation =
         cameras->observe([&](const CameraChange& change) { changes.add(change); });
-    Session::pipewire->kill();
+    PipeWireSession::pipewire->kill();
     ASSERT_TRUE(changes.waitFor(1));
     EXPECT_EQ(changes.changes()[0].kind, CameraChange::Kind::disconnected);
     const size_t before = frames.count();
-    ASSERT_TRUE(Session::pipewire->start());
+    ASSERT_TRUE(PipeWireSession::pipewire->start());
     ASSERT_TRUE(changes.waitFor(2));
     EXPECT_EQ(changes.changes()[1].kind, CameraChange::Kind::connected);
     EXPECT_TRUE(frames.waitFor(before + 3));
@@ -158,10 +141,10 @@ TEST_F(PipeWireCamerasTest, FramesComeAgainAfterARestartOfPipeWire) {
 
 TEST_F(PipeWireCamerasTest, WithoutPipeWireThereAreNoCameras) {
     cameras = nullptr;
-    Session::pipewire->kill();
+    PipeWireSession::pipewire->kill();
     pipewire::PipeWireCameras none;
     EXPECT_TRUE(none.cameras().empty());
-    ASSERT_TRUE(Session::pipewire->start());
+    ASSERT_TRUE(PipeWireSession::pipewire->start());
 }
 
 } // namespace

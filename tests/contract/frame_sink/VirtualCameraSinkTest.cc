@@ -10,29 +10,12 @@
 #include "platform/CameraSession.h"
 #include "platform/linux/camera/LinuxCameras.h"
 #include "platform/linux/pipewire/PipeWireCameras.h"
-#include "support/PrivatePipeWire.h"
+#include "support/PipeWireSession.h"
 
 namespace lanternfly::test {
 namespace {
 
 constexpr int width = 320, height = 180;
-
-// One for all tests of the program.
-class Session final : public testing::Environment {
-public:
-    void SetUp() override {
-        missing = PrivatePipeWire::missing();
-        if (!missing.empty()) return;
-        pipewire = std::make_unique<PrivatePipeWire>();
-        ASSERT_TRUE(pipewire->start()) << pipewire->log();
-    }
-    void TearDown() override { pipewire = nullptr; }
-
-    static inline std::string missing;
-    static inline std::unique_ptr<PrivatePipeWire> pipewire;
-};
-
-[[maybe_unused]] const auto* const session = testing::AddGlobalTestEnvironment(new Session);
 
 class VirtualCameraMaker final : public FrameSinkMaker {
 public:
@@ -106,7 +89,7 @@ private:
 
 INSTANTIATE_TEST_SUITE_P(Implementations, FrameSinkContract,
                          testing::Values(FrameSinkParameter{
-                             "VirtualCamera", [] { return Session::missing; },
+                             "VirtualCamera", [] { return PipeWireSession::missing; },
                              [] { return std::make_unique<VirtualCameraMaker>(); }}),
                          nameOfSink);
 
