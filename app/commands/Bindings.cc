@@ -6,9 +6,9 @@
 #include <fmt/format.h>
 
 #include "app/CommandError.h"
+#include "app/VersionedObject.h"
 #include "app/commands/CommandTable.h"
 #include "app/commands/KeyName.h"
-#include "document/BoundedJson.h"
 
 namespace lanternfly {
 namespace {
@@ -168,16 +168,10 @@ ReadBindings parseBindings(std::string_view json) {
     };
     nlohmann::json file;
     try {
-        file = parseBounded(json);
+        file = parseVersionedObject(json, Bindings::version);
     } catch (const std::exception& error) {
-        return refused(fmt::format("this is no JSON: {}", error.what()));
+        return refused(error.what());
     }
-    if (!file.is_object()) return refused("the file must be one object, { }");
-    const auto version = file.find("version");
-    if (version == file.end()) return refused("\"version\" is missing; add \"version\": 1");
-    if (*version != Bindings::version)
-        return refused(fmt::format("version {} is not known; this program reads version {}",
-                                   version->dump(), Bindings::version));
     ReadBindings read;
     const Bindings& defaults = Bindings::defaults();
     read.bindings.signs = parseList(file, "signs", defaults.signs, signAt, read.problems);

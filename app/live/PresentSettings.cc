@@ -6,9 +6,9 @@
 #include <fmt/format.h>
 
 #include "app/CommandError.h"
+#include "app/VersionedObject.h"
 #include "base/FileBytes.h"
 #include "base/UserFolders.h"
-#include "document/BoundedJson.h"
 
 namespace lanternfly {
 namespace {
@@ -47,16 +47,10 @@ ReadSettings parseSettings(std::string_view json) {
     };
     Json file;
     try {
-        file = parseBounded(json);
+        file = parseVersionedObject(json, PresentSettings::version);
     } catch (const std::exception& error) {
-        return refused(fmt::format("this is no JSON: {}", error.what()));
+        return refused(error.what());
     }
-    if (!file.is_object()) return refused("the file must be one object, { }");
-    const auto version = file.find("version");
-    if (version == file.end()) return refused("\"version\" is missing; add \"version\": 1");
-    if (*version != PresentSettings::version)
-        return refused(fmt::format("version {} is not known; this program reads version {}",
-                                   version->dump(), PresentSettings::version));
     ReadSettings result;
     PresentSettings& settings = result.settings;
     read(file, "camera", "a text, such as \"demo\"", result.problems, [&](const Json& value) {
