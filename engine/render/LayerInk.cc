@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/WorkerPool.h"
 #include "render/InkTessellator.h"
 
 namespace lanternfly {
@@ -14,9 +15,8 @@ constexpr size_t maxGoneStrokes = 256;
 } // namespace
 
 LayerInk::LayerInk(Layers layers, const LayerInk& before) : _layers(std::move(layers)) {
-    std::vector<StrokeBatchRef> batches;
-    InkTessellator tessellator;
-    size_t passed = 0; // of the strokes before: what stays keeps its order
+    std::vector<size_t> fresh; // strokes of `_drawn` that the ink before did not have
+    size_t passed = 0;         // of the strokes before: what stays keeps its order
     for (const Layer& layer : *_layers) {
         const auto* drawing = std::get_if<DrawingContent>(&layer.content);
         if (layer.kind != LayerKind::drawing || !drawing) continue;
@@ -29,15 +29,28 @@ LayerInk::LayerInk(Layers layers, const LayerInk& before) : _layers(std::move(la
             if (same < end) {
                 drawn.batch = before._drawn[same].batch;
                 passed = same + 1;
-            } else if (auto batch = tessellator.batch(stroke, drawing->viewport)) {
-                drawn.batch = std::make_shared<const StrokeBatch>(std::move(*batch));
+            } else {
+                fresh.push_back(_drawn.size());
             }
-            if (drawn.batch) batches.push_back(drawn.batch);
             _drawn.push_back(std::move(drawn));
         }
     }
+    tessellate(fresh);
+    std::vector<StrokeBatchRef> batches;
+    for (const Drawn& drawn : _drawn)
+        if (drawn.batch) batches.push_back(drawn.batch);
     if (!batches.empty())
         _batches = std::make_shared<const std::vector<StrokeBatchRef>>(std::move(batches));
+}
+
+void LayerInk::tessellate(std::span<const size_t> fresh) {
+    WorkerPool& pool = WorkerPool::shared();
+    std::vector<InkTessellator> tessellators(pool.threadCount());
+    pool.forEach(fresh.size(), [&](size_t part, size_t thread) {
+        Drawn& drawn = _drawn[fresh[part]];
+        if (auto batch = tessellators[thread].batch(*drawn.stroke, *drawn.viewport))
+            drawn.batch = std::make_shared<const StrokeBatch>(std::move(*batch));
+    });
 }
 
 bool LayerInk::isSame(const Drawn& a, const Drawn& b) {

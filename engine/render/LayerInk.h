@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "document/Layer.h"
@@ -29,6 +30,7 @@ private:
     };
 
     static bool isSame(const Drawn& a, const Drawn& b);
+    void tessellate(std::span<const size_t> fresh);
 
     Layers _layers;
     std::vector<Drawn> _drawn;

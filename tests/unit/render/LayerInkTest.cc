@@ -1,5 +1,7 @@
 #include "render/LayerInk.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include "render/InkTessellator.h"
@@ -65,6 +67,22 @@ TEST(LayerInk, AStrokeThatDidNotChangeKeepsItsBatch) {
     Layer elsewhere = layerOf({a});
     std::get<DrawingContent>(elsewhere.content).viewport = {640, 480};
     EXPECT_EQ(inkOf({elsewhere}, first).batches()->front()->viewportWidthPX, 640);
+}
+
+TEST(LayerInk, ManyNewStrokesAreWhatEachIsAlone) {
+    DrawingContent content{.viewport = viewport};
+    for (int i = 0; i < 40; ++i) {
+        Stroke stroke{"#FF0000", 3.0 + i, {}};
+        for (int point = 0; point < 5 * i; ++point)
+            stroke.points.push_back({10.0 + 3 * point, 200 + 80 * std::sin(0.1 * point + i)});
+        content.strokes.push_back(std::move(stroke));
+    }
+    const std::vector<Stroke> strokes = content.strokes;
+    const LayerInk ink =
+        inkOf({{.id = "lyr", .kind = LayerKind::drawing, .content = std::move(content)}});
+    ASSERT_EQ(ink.batches()->size(), strokes.size() - 1) << "the first has no points";
+    for (size_t i = 1; i < strokes.size(); ++i)
+        EXPECT_EQ(*(*ink.batches())[i - 1], *InkTessellator{}.batch(strokes[i], viewport)) << i;
 }
 
 } // namespace
