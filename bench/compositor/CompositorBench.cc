@@ -33,11 +33,13 @@ struct Case {
     bool mirror = false;
     bool hasPane = true;
     bool isPeerCase = false;
+    int cameraWidth = 0, cameraHeight = 0; // 0: as the frame
 };
 
 const Case cases[] = {
     {"camera 1080p", 1920, 1080, 0.36f, 0, 0, false, false},
     {"camera 1080p mirrored", 1920, 1080, 0.36f, 0, 0, true, false},
+    {"720p camera in 1080p", 1920, 1080, 0.36f, 0, 0, false, false, false, 1280, 720},
     {"camera + tilted pane 0.36, 720p", 1280, 720, 0.36f},
     {"camera + tilted pane 0.36, 1080p", 1920, 1080, 0.36f, 0, 0, false, true, true},
     {"camera + tilted pane 0.36, 4K", 3840, 2160, 0.36f},
@@ -65,7 +67,9 @@ double frameCpuMs(const Case& bench) {
     VisionOSTuning tuning;
     tuning.backdropBlurSigma = bench.backdropSigma;
     compositor->setTuning(tuning);
-    const auto camera = test::cameraScene(bench.width, bench.height);
+    const auto camera = bench.cameraWidth > 0
+                            ? test::cameraScene(bench.cameraWidth, bench.cameraHeight)
+                            : test::cameraScene(bench.width, bench.height);
     std::vector<double> times;
     for (int frame = 0; frame < 150; ++frame) {
         const double start = threadCpuMs();
