@@ -53,6 +53,7 @@ public:
             return _show.openDeck(line.substr(5), 1, [reply](const LiveShow::Problem& problem) {
                 reply(problem ? ControlReply::error(*problem) : ControlReply::ok());
             });
+        if (line.starts_with("camera ")) return reply(takeCamera(line.substr(7)));
         try {
             const auto problem = _show.apply(parseCommand(line));
             reply(problem ? ControlReply::error(*problem) : ControlReply::ok());
@@ -62,6 +63,16 @@ public:
     }
 
 private:
+    ControlReply takeCamera(const std::string& idOrName) const {
+        if (idOrName == "best") {
+            _show.camera().use(std::nullopt);
+            return ControlReply::ok();
+        }
+        if (_show.camera().useAttached(idOrName)) return ControlReply::ok();
+        return ControlReply::error(fmt::format(
+            "no camera {} is attached; lanternfly cameras lists those that are", idOrName));
+    }
+
     LiveShow& _show;
     EventLoop& _loop;
 };
@@ -138,6 +149,7 @@ void declarePresent(CLI::App& command, PresentOptions& options) {
          {"--output", &options.outputs, "LIST",
           "Where the picture goes besides the window, with commas between: pipewire (if left out) "
           "or v4l2, a camera for other programs; file:talk.mkv, a recording; or none"},
+         {"--no-sound", &options.hasNoSound, "", "Record no sound; usually the microphone is"},
          {"--no-window", &options.hasNoWindow, "", "Show no window"},
          {"--no-control", &options.hasNoControl, "",
           "Take no commands from lanternfly send, so that another show may run"},
@@ -181,7 +193,7 @@ int runPresent(const PresentOptions& given, const MakeShowWindow& makeWindow) {
     const auto window = options.hasNoWindow ? nullptr : makeWindow(options.look);
     std::vector<std::unique_ptr<FrameSink>> outputs;
     if (window) outputs.push_back(window->makeSink());
-    for (auto& output : openOutputs(choices, {asked.width, asked.height}))
+    for (auto& output : openOutputs(choices, {asked.width, asked.height, !options.hasNoSound}))
         outputs.push_back(std::move(output));
     Troubles troubles([&](const std::string& note) {
         tell(note);

@@ -18,6 +18,7 @@ struct PresentOptions {
     ShowOptions show;
     std::string camera; // as cameraSource() takes it
     std::vector<std::string> outputs;
+    bool hasNoSound = false;
     bool hasNoWindow = false;
     WindowLook look = WindowLook::system;
     bool hasNoControl = false;

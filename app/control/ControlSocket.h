@@ -33,6 +33,7 @@ struct ControlRequest {
 inline constexpr ControlRequest controlRequests[]{
     {"status", "", "Tell how the show is doing, as JSON"},
     {"open", "FILE", "Show another PDF"},
+    {"camera", "ID|NAME|best", "Take another camera of lanternfly cameras, or the best one"},
     {"quit", "", "End the show"},
 };
 

@@ -34,11 +34,16 @@ CameraSource cameraSource(const std::string& wish) {
     if (wish == "demo") return only(FileCamera::demo());
     if (isFile(wish)) return only(FileCamera::create(wish));
     CameraSource source{machineCameras(), std::nullopt};
-    if (wish.empty()) return source;
-    source.wished = wish;
-    for (const CameraDeviceRef& device : source.platform->devices(cameraTypesByPriority))
-        if (device->localizedName() == wish) source.wished = device->uniqueID();
+    if (!wish.empty()) source.wished = attachedCamera(*source.platform, wish).value_or(wish);
     return source;
+}
+
+std::optional<std::string> attachedCamera(CameraPlatform& platform, const std::string& idOrName) {
+    const auto devices = platform.devices(cameraTypesByPriority);
+    for (const auto name : {&CameraDevice::uniqueID, &CameraDevice::localizedName})
+        for (const CameraDeviceRef& device : devices)
+            if ((*device.*name)() == idOrName) return device->uniqueID();
+    return std::nullopt;
 }
 
 } // namespace lanternfly

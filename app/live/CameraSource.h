@@ -23,6 +23,9 @@ std::shared_ptr<CameraPlatform> machineCameras();
 // a camera, which may be attached later. Throws VideoError.
 CameraSource cameraSource(const std::string& wish);
 
+// The identifier of the attached camera that has this identifier or name.
+std::optional<std::string> attachedCamera(CameraPlatform& platform, const std::string& idOrName);
+
 // What to do when this user may open none of the cameras.
 inline constexpr const char* cameraPermissionHelp =
     "there are cameras, but no permission to use them: add yourself to the group \"video\" (sudo "

@@ -69,6 +69,12 @@ void LiveCamera::use(std::optional<std::string> wished) {
     _feed->start();
 }
 
+bool LiveCamera::useAttached(const std::string& idOrName) {
+    auto id = attachedCamera(*_cameras, idOrName);
+    if (id) use(std::move(id));
+    return id.has_value();
+}
+
 void LiveCamera::takeDevice(const std::optional<std::string>& id) {
     _currentID = id;
     const auto infos = cameras();

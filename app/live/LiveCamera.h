@@ -51,6 +51,8 @@ public:
 
     // Another camera of the source, by its identifier; absent: the best.
     void use(std::optional<std::string> wished);
+    // By its identifier or name. False when no such camera is attached.
+    bool useAttached(const std::string& idOrName);
     const CameraStatus& status() const { return _status; }
     const std::optional<std::string>& currentID() const { return _currentID; }
     std::vector<CameraDeviceInfo> cameras() const { return CameraFeed::discover(*_cameras); }

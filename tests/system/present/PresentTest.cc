@@ -3,6 +3,9 @@
 
 #include <fstream>
 
+#include "support/Environment.h"
+#include "support/PrivatePipeWire.h"
+
 namespace lanternfly::test {
 namespace {
 
@@ -104,6 +107,19 @@ TEST_F(PresentTest, RecordsWhatItShows) {
     EXPECT_GE(frames, 5);
 }
 
+TEST_F(PresentTest, SoundIsRecordedUnlessItIsRefused) {
+    for (const auto& [refusal, kinds] :
+         {std::pair{"", "video\naudio\n"}, std::pair{" --no-sound", "video\n"}}) {
+        present("--camera demo --output file:talk.mkv" + std::string(refusal));
+        ASSERT_TRUE(isShowingFrames(10)) << said();
+        EXPECT_EQ(end(), 0) << said();
+        EXPECT_EQ(shell("ffprobe -v error -show_entries stream=codec_type -of csv=p=0 " +
+                        quoted(folder / "talk.mkv"))
+                      .output,
+                  kinds);
+    }
+}
+
 TEST_F(PresentTest, ADiskThatIsFullEndsTheRecordingAndNotTheShow) {
     present("--camera demo --output file:talk.mkv");
     ASSERT_TRUE(isShowingFrames()) << said();
@@ -133,6 +149,39 @@ TEST_F(PresentTest, AShowThatWasKilledLeavesNothingInTheWay) {
     EXPECT_THAT(lanternfly("send next-page").output, HasSubstr("nothing is being presented"));
     present("--camera demo");
     EXPECT_TRUE(isShowingFrames()) << said();
+    EXPECT_EQ(end(), 0);
+}
+
+TEST_F(PresentTest, AnotherCameraIsTakenOnRequest) {
+    present("--camera demo");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    EXPECT_EQ(lanternfly("send camera Demo presenter").exitCode, 0);
+    const auto unknown = lanternfly("send camera nobodys");
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_THAT(unknown.output, HasSubstr("no camera nobodys is attached"));
+    const int frames = status()["frames"];
+    EXPECT_TRUE(isShowingFrames(frames + 3)) << said();
+    EXPECT_EQ(end(), 0);
+}
+
+TEST_F(PresentTest, PipeWireMayBeRestartedUnderAShow) {
+    if (const std::string missing = PrivatePipeWire::missing(); !missing.empty())
+        GTEST_SKIP() << missing;
+    PrivatePipeWire pipewire;
+    const ScopedVariable where("PIPEWIRE_RUNTIME_DIR", (pipewire.folder() / "run").string());
+    ASSERT_TRUE(pipewire.start()) << pipewire.log();
+    const auto comesToOutput = [&](const char* state) {
+        return comesTo([&](const Json& now) { return now["outputs"][0]["state"] == state; });
+    };
+    present("--camera demo --output pipewire");
+    ASSERT_TRUE(comesToOutput("idle")) << said();
+    pipewire.kill();
+    ASSERT_TRUE(comesToOutput("waiting")) << said();
+    const int frames = status()["frames"];
+    EXPECT_TRUE(isShowingFrames(frames + 3)) << said();
+    ASSERT_TRUE(pipewire.start()) << pipewire.log();
+    EXPECT_TRUE(comesToOutput("idle")) << said();
+    EXPECT_THAT(said(), AllOf(HasSubstr("PipeWire"), HasSubstr("virtual camera works")));
     EXPECT_EQ(end(), 0);
 }
 

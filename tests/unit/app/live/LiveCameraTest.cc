@@ -128,6 +128,30 @@ TEST_F(LiveCameraTest, ACameraThatFallsSilentIsToldFromOneThatIsGone) {
     EXPECT_EQ(camera->status().problem, "");
 }
 
+TEST_F(LiveCameraTest, AfterTheMachineSleptItSendsAgain) {
+    cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
+    start();
+    ASSERT_TRUE(comesTo(State::sending, true));
+    clock.advance(8 * 3600);
+    ASSERT_TRUE(comesTo(State::sending, true));
+    EXPECT_EQ(camera->status().problem, "");
+    EXPECT_EQ(camera->currentID(), "desk");
+}
+
+TEST_F(LiveCameraTest, AnotherCameraIsTakenByItsNameOrIdentifier) {
+    cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
+    cameras->attach({.uniqueID = "lid", .localizedName = "Lid Camera"});
+    start("desk");
+    ASSERT_TRUE(comesTo(State::sending, true));
+    EXPECT_TRUE(camera->useAttached("Lid Camera"));
+    EXPECT_TRUE(test::runUntil(*loop, [&] { return camera->currentID() == "lid"; }));
+    EXPECT_TRUE(camera->useAttached("desk"));
+    EXPECT_TRUE(test::runUntil(*loop, [&] { return camera->currentID() == "desk"; }));
+    EXPECT_FALSE(camera->useAttached("no such camera"));
+    EXPECT_TRUE(comesTo(State::sending, true));
+    EXPECT_EQ(camera->currentID(), "desk");
+}
+
 TEST_F(LiveCameraTest, NoFrameComesOnceItIsGone) {
     cameras->attach({.uniqueID = "desk"});
     start();

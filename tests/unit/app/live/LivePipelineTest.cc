@@ -21,6 +21,7 @@ struct LivePipelineTest : testing::Test {
                             .compositor = compositor,
                             .detection = FramePipeline::Detection::free}};
     ScriptedFrameSink sink;
+    const Clock* clock = &SystemClock::shared();
     LiveFigures figures{SystemClock::shared(), SystemClock::shared().uptimeNanos()};
     std::optional<LivePipeline> live;
 
@@ -30,7 +31,8 @@ struct LivePipelineTest : testing::Test {
                                          .sink = sink,
                                          .figures = figures,
                                          .framing = Framing(16.0 / 9, FramingMode::crop),
-                                         .trace = nullptr});
+                                         .trace = nullptr,
+                                         .clock = *clock});
     }
     void send(uint8_t grey, uint64_t uptimeNanos = SystemClock::shared().uptimeNanos()) {
         const auto picture = PixelBuffer::create(160, 90);
@@ -81,6 +83,22 @@ TEST_F(LivePipelineTest, TimesRiseAlsoWhenACameraFrameWasOnItsWayForLong) {
     send(200, 1'000); // long ago
     ASSERT_TRUE(sink.waitForFrames(count + 1));
     EXPECT_GE(sink.lastFrame().pts.seconds(), before);
+}
+
+TEST_F(LivePipelineTest, AMachineThatSleptGoesOnWithoutHurry) {
+    ManualClock slept;
+    clock = &slept;
+    start();
+    send(200, slept.uptimeNanos());
+    ASSERT_TRUE(sink.waitForFrames(1));
+    const double before = sink.lastFrame().pts.seconds();
+    constexpr double night = 8 * 3600;
+    slept.advance(night);
+    send(100, slept.uptimeNanos());
+    ASSERT_TRUE(sink.waitForFrames(2));
+    EXPECT_EQ(brightness(), 100);
+    EXPECT_NEAR(sink.lastFrame().pts.seconds(), before + night, 1);
+    EXPECT_LE(figures.readout().standIns, 1u); // that may be on its way
 }
 
 TEST_F(LivePipelineTest, ItEndsWhileItStandsIn) {
