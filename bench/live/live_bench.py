@@ -117,9 +117,12 @@ class Show:
                                          str(ROOT / "demo" / "deck.pdf"), *arguments],
                                         env=self.environment, stdout=subprocess.DEVNULL)
 
+    def send(self, *words):
+        return subprocess.run([self.program, "send", *words], env=self.environment,
+                              capture_output=True, text=True)
+
     def status(self):
-        asked = subprocess.run([self.program, "send", "status"], env=self.environment,
-                               capture_output=True, text=True)
+        asked = self.send("status")
         return json.loads(asked.stdout) if asked.returncode == 0 else None
 
     def wait_for_frames(self):
