@@ -4,6 +4,7 @@
 
 #include <libyuv.h>
 
+#include "base/WorkerPool.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/cpu/BackdropPass.h"
 #include "render/cpu/DarkenPass.h"
@@ -16,7 +17,9 @@ namespace lanternfly {
 
 namespace {
 
-constexpr int bandRows = 32;      // 240 KiB of a 1080p frame: stays in the second-level cache
+constexpr int bandRows = 32; // 240 KiB of a 1080p frame: stays in the second-level cache
+// Of a frame with ink, whose pieces are prepared anew for each band that they lie in.
+constexpr int sharedBandRows = 64;
 constexpr int minHalvedSide = 64; // smaller pictures are not halved
 
 bool isSize(const PixelBuffer& buffer, FrameSize size) {
@@ -54,6 +57,7 @@ std::string CpuFrameRenderer::draw(const FramePlan& plan, const Picture& picture
                 nullptr,
                 {},
                 {},
+                {},
                 false};
     frame.camera = sharpCamera(plan, *picture.camera);
     if (!frame.camera) return noMemory;
@@ -74,27 +78,33 @@ std::string CpuFrameRenderer::draw(const FramePlan& plan, const Picture& picture
             VisibleBox::inFrame(_annotationBox.of(texture), texture, _output, 0, draw.vDownward)};
     }
 
-    // The finishing pass looks at, and strokes cross, more than a band: what comes after them waits
-    // until the whole frame is there.
+    if (plan.spatial) frame.plainModel = _spatial.plain(*plan.spatial, *frame.spatial, _output);
+    if (plan.strokes) _strokes.prepare(*plan.strokes);
+
+    // The finishing pass looks at more than a band: what comes after it waits until the whole frame
+    // is there. Blurs go through the bands in order.
     const bool hasFinish = plan.spatial && plan.spatial->finish;
-    forEachBand([&](Rows rows) {
-        drawUpToPane(frame, rows);
-        if (hasFinish) return;
-        drawModelAndAnnotation(frame, rows);
-        if (!plan.strokes) drawIndicators(frame, rows);
-    });
+    const bool isInOrder = hasFinish || plan.backdrop || plan.background.blurSigma;
     if (hasFinish) {
+        forEachBand([&](Rows rows) { drawUpToPane(frame, rows); });
         frame.isSpatialFinished =
             _spatial.prepare(*plan.spatial->finish, *frame.spatial, frame.output);
+    }
+    if (isInOrder || !plan.strokes)
         forEachBand([&](Rows rows) {
+            if (!hasFinish) drawUpToPane(frame, rows);
             drawModelAndAnnotation(frame, rows);
             if (!plan.strokes) drawIndicators(frame, rows);
         });
-    }
-    if (plan.strokes) {
-        _strokes.draw(*plan.strokes, frame.output);
-        forEachBand([&](Rows rows) { drawIndicators(frame, rows); });
-    }
+    if (plan.strokes)
+        shareBands([&](Rows rows) {
+            if (!isInOrder) {
+                drawUpToPane(frame, rows);
+                drawModelAndAnnotation(frame, rows);
+            }
+            _strokes.drawRows(rows, frame.output);
+            drawIndicators(frame, rows);
+        });
     return {};
 }
 
@@ -102,6 +112,15 @@ template <typename Body>
 void CpuFrameRenderer::forEachBand(const Body& body) const {
     for (int y = 0; y < _output.height; y += bandRows)
         body(Rows{y, std::min(y + bandRows, _output.height)});
+}
+
+template <typename Body>
+void CpuFrameRenderer::shareBands(const Body& body) const {
+    const int count = (_output.height + sharedBandRows - 1) / sharedBandRows;
+    WorkerPool::shared().forEach(static_cast<size_t>(count), [&](size_t band, size_t) {
+        const int y = static_cast<int>(band) * sharedBandRows;
+        body(Rows{y, std::min(y + sharedBandRows, _output.height)});
+    });
 }
 
 void CpuFrameRenderer::drawUpToPane(const Frame& frame, Rows rows) {
@@ -116,7 +135,7 @@ void CpuFrameRenderer::drawModelAndAnnotation(const Frame& frame, Rows rows) {
     if (plan.spatial && frame.isSpatialFinished)
         _spatial.drawFinished(*plan.spatial->finish, *frame.spatial, rows, frame.output);
     else if (plan.spatial)
-        _spatial.drawPlain(*plan.spatial, *frame.spatial, rows, frame.output);
+        drawLayer(frame.plainModel, rows, frame.output);
     if (plan.annotation) drawLayer(frame.annotation, rows, frame.output);
 }
 

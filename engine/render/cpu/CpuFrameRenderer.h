@@ -30,11 +30,15 @@ private:
         const PixelBuffer* camera; // at output size where a blur needs it so
         const PixelBuffer* slideBackground;
         TextureView paneContent;
+        LayerDraw plainModel;
         LayerDraw annotation;
         bool isSpatialFinished;
     };
     template <typename Body>
-    void forEachBand(const Body& body) const;
+    void forEachBand(const Body& body) const; // from the top downward
+    // By several threads: ink is worth waking them, a frame without it hardly.
+    template <typename Body>
+    void shareBands(const Body& body) const;
     void drawUpToPane(const Frame& frame, Rows rows);
     void drawModelAndAnnotation(const Frame& frame, Rows rows);
     void drawIndicators(const Frame& frame, Rows rows) const;

@@ -87,8 +87,8 @@ void InkLayer::clear() {
     }
 }
 
-void InkLayer::blendOnto(PixelBuffer& output) const {
-    for (int y = 0; y < _frame.height; ++y)
+void InkLayer::blendOnto(PixelBuffer& output, Rows rows) const {
+    for (int y = rows.y0; y < rows.y1; ++y)
         forEachRun(_marked[static_cast<size_t>(y)], _tilePixels, _frame.width, [&](int x0, int x1) {
             HWY_DYNAMIC_DISPATCH(blendTile)(_pixels->row(y), x0, x1, output.row(y));
         });

@@ -1,7 +1,7 @@
 // The strokes that stand still, drawn once: a clear picture of the frame's size with them on it,
 // premultiplied, and where it is not clear. Blending it is "over" too, and "over" is associative,
 // so the frame is the same to a rounding.
-// Threads: bound.
+// Threads: bound, but several may mark and blend, each other rows.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 
 #include "base/PixelBuffer.h"
 #include "render/FramePlan.h"
+#include "render/cpu/Rows.h"
 
 namespace lanternfly {
 
@@ -22,7 +23,7 @@ public:
     // Ink was drawn in here, and nowhere else.
     void mark(const PixelRect& rect);
     void clear();
-    void blendOnto(PixelBuffer& output) const;
+    void blendOnto(PixelBuffer& output, Rows rows) const;
 
 private:
     const FrameSize _frame;

@@ -9,9 +9,9 @@
 
 #include <bit>
 
-#include "render/PaneGeometry.h"
 #include "render/cpu/InkPlane-inl.h"
 #include "render/cpu/Pixels-inl.h"
+#include "render/cpu/Rows.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lanternfly::HWY_NAMESPACE {
@@ -51,11 +51,11 @@ HWY_INLINE Floats firstCentres(Floats positions, float limit) {
     return hn::Add(pixel, hn::IfThenElseZero(hn::Gt(t, pixel), set(1)));
 }
 
-// A convex polygon of three or four corners that stand around it in order, in a frame.
+// A convex polygon of three or four corners that stand around it in order, in some rows of a frame.
 template <int cornerCount>
 class InkPolygon {
 public:
-    HWY_INLINE InkPolygon(const StripVertex* const (&corners)[cornerCount], float2 frame)
+    HWY_INLINE InkPolygon(const StripVertex* const (&corners)[cornerCount], float2 frame, Rows rows)
         : _frame(frame) {
         float left = corners[0]->x, right = left, top = corners[0]->y, bottom = top;
         for (int i = 0; i < cornerCount; ++i) {
@@ -66,9 +66,9 @@ public:
             bottom = std::max(bottom, corner.y);
             _sides[i] = Side(corner, *corners[(i + 1) % cornerCount]);
         }
+        rows = rows.in(Rows{firstCentre(top, frame.y), firstCentre(bottom, frame.y)});
         // Sides are rounded, and may reach a pixel beyond their ends.
-        _rect = {firstCentre(left - 1, frame.x), firstCentre(top, frame.y),
-                 firstCentre(right + 1, frame.x), firstCentre(bottom, frame.y)};
+        _rect = {firstCentre(left - 1, frame.x), rows.y0, firstCentre(right + 1, frame.x), rows.y1};
     }
 
     // Holds all its pixels.

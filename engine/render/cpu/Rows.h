@@ -22,7 +22,9 @@ inline PixelRect inWholeVectors(PixelRect rect, int width) {
 struct Rows {
     int y0 = 0, y1 = 0;
 
-    Rows in(const PixelRect& rect) const { return {std::max(y0, rect.y0), std::min(y1, rect.y1)}; }
+    bool isEmpty() const { return y0 >= y1; }
+    Rows in(Rows other) const { return {std::max(y0, other.y0), std::min(y1, other.y1)}; }
+    Rows in(const PixelRect& rect) const { return in(Rows{rect.y0, rect.y1}); }
 };
 
 } // namespace lanternfly

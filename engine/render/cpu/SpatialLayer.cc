@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "render/cpu/LayerPass.h"
 #include "render/cpu/SpatialPass.h"
 
 namespace lanternfly {
@@ -57,10 +56,9 @@ void SpatialLayer::drawFinished(const SpatialFinish& finish, const CpuTexture& m
     }
 }
 
-void SpatialLayer::drawPlain(const SpatialDraw& draw, const CpuTexture& model, Rows rows,
-                             PixelBuffer& output) {
-    const PixelRect rect = VisibleBox::inFrame(_box.of(model), model, sizeOf(output), 0, true);
-    drawLayer({TextureView(model.level(0)), draw.opacity, true, rect}, rows, output);
+LayerDraw SpatialLayer::plain(const SpatialDraw& draw, const CpuTexture& model, FrameSize frame) {
+    return {TextureView(model.level(0)), draw.opacity, true,
+            VisibleBox::inFrame(_box.of(model), model, frame, 0, true)};
 }
 
 } // namespace lanternfly

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "render/cpu/GaussianBlur.h"
+#include "render/cpu/LayerPass.h"
 #include "render/cpu/Rows.h"
 #include "render/cpu/SoftMatte.h"
 #include "render/cpu/VisibleBox.h"
@@ -18,8 +19,8 @@ public:
     // Bands from the top downward, after prepare().
     void drawFinished(const SpatialFinish& finish, const CpuTexture& model, Rows rows,
                       PixelBuffer& output);
-    void drawPlain(const SpatialDraw& draw, const CpuTexture& model, Rows rows,
-                   PixelBuffer& output);
+    // How the model is drawn without finish.
+    LayerDraw plain(const SpatialDraw& draw, const CpuTexture& model, FrameSize frame);
 
 private:
     bool captureUnderlay(const PixelBuffer& output, float sigma);

@@ -2,16 +2,19 @@
 
 #include <algorithm>
 
-#include "render/cpu/StrokeStrip.h"
-
 namespace lanternfly {
 
-void StrokePass::draw(const StrokesDraw& draw, PixelBuffer& output) {
-    const auto [first, end] = hold(draw);
-    drawBatches(draw, 0, first, output, nullptr);
-    if (first < end) _layer.blendOnto(output);
-    drawBatches(draw, end, draw.batches->size(), output, nullptr);
+void StrokePass::prepare(const StrokesDraw& draw) {
+    hold(draw);
+    _strips.assign(draw, _firstHeld, _firstJoining, _frame);
     _last = draw;
+}
+
+void StrokePass::drawRows(Rows rows, PixelBuffer& output) {
+    _strips.draw(0, _firstHeld, rows, output, nullptr);
+    if (_joined) _strips.draw(_firstJoining, _endHeld, rows, *_joined, &_layer);
+    if (_firstHeld < _endHeld) _layer.blendOnto(output, rows);
+    _strips.draw(_endHeld, _last.batches->size(), rows, output, nullptr);
 }
 
 size_t StrokePass::unchanged(Batches batches, size_t first) const {
@@ -27,7 +30,7 @@ size_t StrokePass::unchanged(Batches batches, size_t first) const {
     return count;
 }
 
-std::pair<size_t, size_t> StrokePass::hold(const StrokesDraw& draw) {
+void StrokePass::hold(const StrokesDraw& draw) {
     const Batches batches(*draw.batches);
     const bool isSameInk = draw.opacity == _last.opacity && draw.widthScale == _last.widthScale;
     size_t first = 0;
@@ -41,7 +44,9 @@ std::pair<size_t, size_t> StrokePass::hold(const StrokesDraw& draw) {
             _held.clear();
         }
     }
-    if (!isSameInk) return {0, 0};
+    _firstHeld = _firstJoining = _endHeld = 0;
+    _joined = nullptr;
+    if (!isSameInk) return;
     if (_held.empty()) {
         size_t longest = 0;
         for (size_t i = 0; i < batches.size();) {
@@ -53,29 +58,14 @@ std::pair<size_t, size_t> StrokePass::hold(const StrokesDraw& draw) {
             i += std::max<size_t>(count, 1);
         }
     }
-    const size_t heldEnd = first + _held.size();
-    const size_t end = heldEnd + unchanged(batches, heldEnd);
-    PixelBuffer* pixels = heldEnd < end ? _layer.pixels() : nullptr;
-    if (!pixels) return {first, heldEnd};
-    drawBatches(draw, heldEnd, end, *pixels, &_layer);
-    _held.insert(_held.end(), batches.begin() + static_cast<ptrdiff_t>(heldEnd),
-                 batches.begin() + static_cast<ptrdiff_t>(end));
-    return {first, end};
-}
-
-void StrokePass::drawBatches(const StrokesDraw& draw, size_t first, size_t end, PixelBuffer& output,
-                             InkLayer* layer) {
-    for (size_t i = first; i < end; ++i) {
-        const StrokeBatch& batch = *(*draw.batches)[i];
-        const int vertexCount = drawnVertexCount(batch);
-        const StrokeUniforms uniforms = strokeUniforms(draw, batch);
-        if (vertexCount < 3 || !(uniforms.color.a > 0)) continue;
-        const float2 pixelsPerUnit{uniforms.mvp[0][0] * static_cast<float>(output.width()) / 2,
-                                   -uniforms.mvp[1][1] * static_cast<float>(output.height()) / 2};
-        drawStrip({batch.vertexBuffer.data(), vertexCount, pixelsPerUnit, uniforms.color,
-                   uniforms.widthScale},
-                  output, layer);
-    }
+    _firstHeld = first;
+    _firstJoining = _endHeld = first + _held.size();
+    const size_t joining = unchanged(batches, _firstJoining);
+    if (joining > 0) _joined = _layer.pixels();
+    if (!_joined) return;
+    _endHeld += joining;
+    _held.insert(_held.end(), batches.begin() + static_cast<ptrdiff_t>(_firstJoining),
+                 batches.begin() + static_cast<ptrdiff_t>(_endHeld));
 }
 
 } // namespace lanternfly

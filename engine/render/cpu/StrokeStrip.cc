@@ -17,25 +17,46 @@ namespace HWY_NAMESPACE {
 
 using namespace lanternfly::HWY_NAMESPACE; // NOLINT
 
+HWY_INLINE Rows rowsOf(const Rib& from, const Rib& to, int frameHeight) {
+    if (!from.isUsable() || !to.isUsable()) return {0, frameHeight}; // one triangle may be
+    const auto limit = static_cast<float>(frameHeight);
+    return {
+        firstCentre(std::min(std::min(from.left.y, from.right.y), std::min(to.left.y, to.right.y)),
+                    limit),
+        firstCentre(std::max(std::max(from.left.y, from.right.y), std::max(to.left.y, to.right.y)),
+                    limit)};
+}
+
+size_t cut(const StrokeStrip& strip, int frameHeight, StripPiece* pieces) {
+    const StraightRibs straightRibs(strip);
+    const int ribCount = strip.vertexCount / 2;
+    size_t count = 0;
+    Rib from = stripRib(strip, 0);
+    for (int i = 1, fromIndex = 0; i < ribCount; ++i) {
+        Rib to = stripRib(strip, i);
+        // A core that is wider than its ribs ends at them, hard: each rib counts.
+        if (strip.widthScale <= 1) i = straightRibs.pass(from, to, i, ribCount);
+        const Rows rows = rowsOf(from, to, frameHeight);
+        if (!rows.isEmpty()) pieces[count++] = {fromIndex, i, rows};
+        from = to;
+        fromIndex = i;
+    }
+    return count;
+}
+
 class StripDrawer {
 public:
-    StripDrawer(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer)
-        : _s(strip), _output(output), _layer(layer), _frame(output.width(), output.height()),
-          _colour(strip.color) {}
+    StripDrawer(const StrokeStrip& strip, Rows rows, PixelBuffer& output, InkLayer* layer)
+        : _s(strip), _rows(rows), _output(output), _layer(layer),
+          _frame(output.width(), output.height()), _colour(strip.color) {}
 
-    void draw() {
-        const StraightRibs straightRibs(_s);
-        const int ribCount = _s.vertexCount / 2;
-        Rib from = stripRib(_s, 0);
-        for (int i = 1; i < ribCount; ++i) {
-            Rib to = stripRib(_s, i);
-            // A core that is wider than its ribs ends at them, hard: each rib counts.
-            if (_s.widthScale <= 1) i = straightRibs.pass(from, to, i, ribCount);
-            drawPiece(from, to);
-            from = to;
-        }
-        if (_s.vertexCount % 2 != 0)
-            drawTriangle(from.left, from.right, stripVertex(_s, _s.vertexCount - 1));
+    void draw(std::span<const StripPiece> pieces) {
+        for (const StripPiece& piece : pieces)
+            if (!_rows.in(piece.rows).isEmpty())
+                drawPiece(stripRib(_s, piece.from), stripRib(_s, piece.to));
+        if (_s.vertexCount % 2 == 0) return;
+        const Rib last = stripRib(_s, _s.vertexCount / 2 - 1);
+        drawTriangle(last.left, last.right, stripVertex(_s, _s.vertexCount - 1));
     }
 
 private:
@@ -70,7 +91,7 @@ private:
     template <int cornerCount>
     HWY_INLINE void drawPolygon(const StripVertex* const (&corners)[cornerCount],
                                 const InkPlane& plane) {
-        const InkPolygon<cornerCount> polygon(corners, _frame);
+        const InkPolygon<cornerCount> polygon(corners, _frame, _rows);
         if (polygon.rect().isEmpty()) return;
         if (_layer) _layer->mark(polygon.rect());
         if (plane.isEven())
@@ -87,14 +108,16 @@ private:
     }
 
     const StrokeStrip& _s;
+    const Rows _rows;
     PixelBuffer& _output;
     InkLayer* const _layer;
     const float2 _frame;
     const InkColour _colour;
 };
 
-void draw(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer) {
-    StripDrawer(strip, output, layer).draw();
+void draw(const StrokeStrip& strip, std::span<const StripPiece> pieces, Rows rows,
+          PixelBuffer& output, InkLayer* layer) {
+    StripDrawer(strip, rows, output, layer).draw(pieces);
 }
 
 } // namespace HWY_NAMESPACE
@@ -105,11 +128,17 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace lanternfly {
 namespace {
+HWY_EXPORT(cut);
 HWY_EXPORT(draw);
 } // namespace
 
-void drawStrip(const StrokeStrip& strip, PixelBuffer& output, InkLayer* layer) {
-    HWY_DYNAMIC_DISPATCH(draw)(strip, output, layer);
+size_t cutStrip(const StrokeStrip& strip, int frameHeight, StripPiece* pieces) {
+    return HWY_DYNAMIC_DISPATCH(cut)(strip, frameHeight, pieces);
+}
+
+void drawStrip(const StrokeStrip& strip, std::span<const StripPiece> pieces, Rows rows,
+               PixelBuffer& output, InkLayer* layer) {
+    HWY_DYNAMIC_DISPATCH(draw)(strip, pieces, rows, output, layer);
 }
 
 } // namespace lanternfly

@@ -7,6 +7,7 @@
 #include <hwy/targets.h>
 
 #include "ReferenceRenderer.h"
+#include "base/WorkerPool.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/FrameCompositor.h"
 #include "render/InkTessellator.h"
@@ -233,6 +234,42 @@ TEST(HeldInk, LooksAsInkThatIsDrawnAnew) {
         EXPECT_LE(delta.largest, 3) << step.name;
         EXPECT_GT(delta.psnr(), 55) << step.name;
     }
+}
+
+// Bands of a frame with ink are shared among threads, each of which draws a part of every stroke.
+TEST(SharedBands, AreWhatOneThreadDraws) {
+    const auto device = CpuDevice::create();
+    const auto camera = cameraScene(320, 180);
+    const auto strokes = waves(8), moved = waves(2, 4.5);
+    const auto frames = [&] {
+        const auto compositor = FrameCompositor::create(device, 320, 180);
+        compositor->setSlideTexture(device->makeTexture(*test::slidePicture(256, 144), {}), false);
+        compositor->setSpatialTexture(device->makeTexture(*test::modelPicture(200, 180), {}));
+        std::vector<PixelBufferRef> drawn;
+        for (const bool hasBlur : {false, true})
+            for (const bool hasFinish : {false, true})
+                for (const auto& last : {strokes[7], strokes[7], moved[0], moved[1]}) {
+                    VisionOSTuning tuning;
+                    tuning.backdropBlurSigma = hasBlur ? 12 : 0;
+                    compositor->setTuning(tuning);
+                    compositor->setSpatialEdgeSoftness(hasFinish ? 0.3f : 0);
+                    auto ink = strokes;
+                    ink.back() = last;
+                    compositor->setSharedStrokeBatches(
+                        std::make_shared<const std::vector<StrokeBatchRef>>(std::move(ink)));
+                    drawn.push_back(compositor->composite(camera, true, FullComposition{}, 0.2f));
+                }
+        return drawn;
+    };
+    const auto shared = frames();
+    std::vector<PixelBufferRef> alone;
+    // From inside a part of the pool's work there is no help.
+    WorkerPool::shared().forEach(2, [&](size_t part, size_t) {
+        if (part == 0) alone = frames();
+    });
+    ASSERT_EQ(alone.size(), shared.size());
+    for (size_t i = 0; i < shared.size(); ++i)
+        EXPECT_EQ(difference(*shared[i], *alone[i]).largest, 0) << i;
 }
 
 // Ink of layers leaves out vertices that change it by less than can be seen.
