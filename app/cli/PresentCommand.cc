@@ -31,9 +31,9 @@ void tell(const std::string& note) {
 void quietenLog() {
     if (Logger::minimumLevel() < LogLevel::error) return; // the user wants all
     Logger::exchangeSink([](const LogRecord& record) {
-        const bool isToldByUs = record.category.starts_with("CameraFeed") ||
-                                record.category.ends_with("Sink") ||
-                                record.category == "VirtualCamera";
+        const bool isToldByUs =
+            record.category.starts_with("CameraFeed") || record.category.ends_with("Stream") ||
+            record.category.ends_with("Sink") || record.category == "VirtualCamera";
         if (!isToldByUs) fmt::print(stderr, "lanternfly: {}\n", record.message);
     });
 }
@@ -101,8 +101,8 @@ public:
     const Tell tell;
 
     void look(const LiveStatus& status) {
-        // A silent camera's driver has told why.
-        if (status.camera.state != CameraStatus::State::silent)
+        // One that has only just fallen silent may be back at once.
+        if (status.camera.state != CameraStatus::State::silent || !status.camera.problem.empty())
             note("camera", status.camera.problem,
                  fmt::format("camera {} is there", status.camera.name));
         for (const auto& [name, output] : status.outputs)

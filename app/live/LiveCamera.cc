@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include "app/live/ReportingCameras.h"
-#include "base/LockedCell.h"
 
 namespace lanternfly {
 namespace {
@@ -15,6 +14,8 @@ using State = CameraStatus::State;
 constexpr auto checkInterval = std::chrono::milliseconds(250);
 constexpr uint64_t silenceNanos = 1'000'000'000;
 constexpr uint64_t startNanos = 3'000'000'000; // some cameras need as long
+// A camera that is back may need as long, and most drivers have told by then what is wrong.
+constexpr uint64_t unexplainedNanos = 2'000'000'000;
 constexpr uint64_t beforeRetryNanos = 2'000'000'000;
 
 const CameraDeviceInfo* find(const std::vector<CameraDeviceInfo>& infos,
@@ -28,7 +29,6 @@ const CameraDeviceInfo* find(const std::vector<CameraDeviceInfo>& infos,
 
 struct LiveCamera::Arrivals {
     std::atomic<uint64_t> lastNanos{0}; // 0: none
-    LockedCell<std::string> _failure;   // why the newest camera could not be opened
     std::mutex gate;                    // held while a frame is handed on
     bool isClosed = false;              // behind the gate
 };
@@ -36,9 +36,7 @@ struct LiveCamera::Arrivals {
 LiveCamera::LiveCamera(Setup setup)
     : _setup(std::move(setup)), _arrivals(std::make_shared<Arrivals>()),
       _startNanos(_setup.clock.uptimeNanos()) {
-    _cameras = std::make_shared<ReportingCameras>(
-        _setup.source.platform,
-        [arrivals = _arrivals](const std::string& problem) { arrivals->_failure.set(problem); });
+    _cameras = std::make_shared<ReportingCameras>(_setup.source.platform);
     _feed = CameraFeed::create(_cameras, _setup.executor);
     _feed->setFrameCallback([arrivals = _arrivals, &clock = _setup.clock, onFrame = _setup.onFrame](
                                 const PixelBufferRef& picture, MediaTime pts) {
@@ -75,6 +73,10 @@ bool LiveCamera::useAttached(const std::string& idOrName) {
     return id.has_value();
 }
 
+std::vector<CameraDeviceInfo> LiveCamera::cameras() const {
+    return CameraFeed::discover(*_cameras);
+}
+
 void LiveCamera::takeDevice(const std::optional<std::string>& id) {
     _currentID = id;
     const auto infos = cameras();
@@ -103,7 +105,7 @@ void LiveCamera::check() {
         return;
     }
     const bool isStarting = last == 0 && now < _startNanos + startNanos;
-    if (isStarting && _arrivals->_failure.get().empty() && !cameras().empty()) return;
+    if (isStarting && _cameras->problem().empty() && !cameras().empty()) return;
     if (_triedNanos != 0 && now < _triedNanos + beforeRetryNanos) return;
     _triedNanos = now;
     set(whatIsWrong());
@@ -123,9 +125,12 @@ CameraStatus LiveCamera::whatIsWrong() {
                             "then",
                             _status.name)};
     if (infos.empty()) return {State::none, _status.name, noCameraHelp};
-    if (auto failure = _arrivals->_failure.get(); !failure.empty())
-        return {State::silent, _status.name, std::move(failure)};
     const std::string& name = _status.name.empty() ? infos.front().name : _status.name;
+    std::string problem = _cameras->problem();
+    const uint64_t now = _setup.clock.uptimeNanos();
+    if (_status.state != State::silent || !problem.empty()) _silentNanos = now;
+    if (!problem.empty()) return {State::silent, name, std::move(problem)};
+    if (now < _silentNanos + unexplainedNanos) return {State::silent, name, {}};
     return {State::silent, name,
             fmt::format("camera {} sends no pictures; close other programs that use it, or plug "
                         "it in again",

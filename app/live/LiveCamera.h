@@ -16,6 +16,8 @@
 
 namespace lanternfly {
 
+class ReportingCameras;
+
 struct CameraStatus {
     enum class State {
         starting,
@@ -26,7 +28,8 @@ struct CameraStatus {
     };
     State state = State::starting;
     std::string name; // of the newest camera; empty before there was one
-    // One sentence that says what is wrong and what to do; empty when all is well.
+    // One sentence that says what is wrong and what to do; empty when all is well, and while a
+    // silence is too short to be told.
     std::string problem;
 
     friend bool operator==(const CameraStatus&, const CameraStatus&) = default;
@@ -55,7 +58,7 @@ public:
     bool useAttached(const std::string& idOrName);
     const CameraStatus& status() const { return _status; }
     const std::optional<std::string>& currentID() const { return _currentID; }
-    std::vector<CameraDeviceInfo> cameras() const { return CameraFeed::discover(*_cameras); }
+    std::vector<CameraDeviceInfo> cameras() const;
 
 private:
     struct Arrivals; // shared with the delivery queue
@@ -67,12 +70,13 @@ private:
 
     Setup _setup;
     const std::shared_ptr<Arrivals> _arrivals;
-    std::shared_ptr<CameraPlatform> _cameras;
+    std::shared_ptr<ReportingCameras> _cameras;
     const uint64_t _startNanos;
     std::shared_ptr<CameraFeed> _feed;
     CameraStatus _status;
     std::optional<std::string> _currentID;
-    uint64_t _triedNanos = 0; // 0: not since it sent
+    uint64_t _triedNanos = 0;  // 0: not since it sent
+    uint64_t _silentNanos = 0; // since when, for no known reason
     EventLoop::Registration _checks;
 };
 

@@ -1,20 +1,25 @@
-// The cameras of another platform, telling why one could not be opened: the feed only logs it.
+// The cameras of another platform, telling what is wrong with the newest: the feed only logs it.
 // Threads: safe.
 #pragma once
 
 #include <memory>
 
+#include "base/LockedCell.h"
 #include "platform/CameraPlatform.h"
 
 namespace lanternfly {
 
 class ReportingCameras final : public CameraPlatform {
 public:
-    // Told for each camera that is opened, an empty text when it worked; on any thread.
-    using Report = std::function<void(const std::string& problem)>;
+    explicit ReportingCameras(std::shared_ptr<CameraPlatform> cameras)
+        : _cameras(std::move(cameras)) {}
 
-    ReportingCameras(std::shared_ptr<CameraPlatform> cameras, Report report)
-        : _cameras(std::move(cameras)), _report(std::move(report)) {}
+    // Why the newest camera could not be opened, or sends no frames; empty when nobody knows.
+    std::string problem() const {
+        const Newest newest = _newest.get();
+        if (const auto input = newest.input.lock()) return input->problem();
+        return newest.failure;
+    }
 
     std::vector<CameraDeviceRef> devices(std::span<const CameraDeviceType> types) override {
         return _cameras->devices(types);
@@ -27,10 +32,10 @@ public:
     CameraInputRef makeInput(const CameraDeviceRef& device) override {
         try {
             auto input = _cameras->makeInput(device);
-            _report({});
+            _newest.set({input, {}});
             return input;
         } catch (const CameraError& error) {
-            _report(error.what());
+            _newest.set({{}, error.what()});
             throw;
         }
     }
@@ -40,8 +45,13 @@ public:
     }
 
 private:
+    struct Newest {
+        std::weak_ptr<CameraInput> input; // expired: it could not be opened
+        std::string failure;
+    };
+
     const std::shared_ptr<CameraPlatform> _cameras;
-    const Report _report;
+    LockedCell<Newest> _newest;
 };
 
 } // namespace lanternfly

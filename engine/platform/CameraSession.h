@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "base/MediaTime.h"
 #include "base/PixelBuffer.h"
@@ -33,6 +34,9 @@ class CameraInput {
 public:
     virtual ~CameraInput() = default;
     virtual const CameraDeviceRef& device() const = 0;
+    // Why no frames come now, as a sentence for the user; empty while they come, and while nobody
+    // knows. On any thread.
+    virtual std::string problem() const { return {}; }
 };
 
 using CameraInputRef = std::shared_ptr<CameraInput>;

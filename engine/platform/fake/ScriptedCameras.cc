@@ -99,6 +99,7 @@ public:
             [&](State::Contents& all) { all.inUse.erase(_scripted->uniqueID()); });
     }
     const CameraDeviceRef& device() const override { return _device; }
+    std::string problem() const override { return _state->script().problem; }
     const Device& scripted() const { return *_scripted; }
 
     bool wasRemoved = false;

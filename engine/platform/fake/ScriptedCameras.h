@@ -39,6 +39,7 @@ public:
                                               CameraPreset::hd1920x1080};
         bool refusesOutput = false;
         bool refusesReturningInput = false; // one that was taken out of the session
+        std::string problem{};              // of an input that is open
     };
 
     ScriptedCameras();

@@ -40,6 +40,7 @@ protected:
     }
     void TearDown() override {
         session = nullptr;
+        running = nullptr;
         cameras = nullptr;
     }
 
@@ -62,9 +63,9 @@ protected:
         };
         session = cameras->makeSession();
         session->beginConfiguration();
-        const auto input = cameras->makeInput(camera);
-        ASSERT_TRUE(session->canAddInput(input));
-        session->addInput(input);
+        running = cameras->makeInput(camera);
+        ASSERT_TRUE(session->canAddInput(running));
+        session->addInput(running);
         session->addOutput(output);
         session->commitConfiguration();
         session->startRunning();
@@ -78,6 +79,7 @@ protected:
     std::vector<std::unique_ptr<MockVideoNode>> nodes;
     std::shared_ptr<LinuxCameras> cameras;
     std::unique_ptr<CameraSession> session;
+    CameraInputRef running; // in the session
 };
 
 TEST_F(V4l2CamerasTest, WithoutNodesThereAreNoCameras) {
@@ -183,11 +185,13 @@ TEST_F(V4l2CamerasTest, AFrozenCameraIsRestartedAndReportedOnce) {
     node.setSilent(true);
     const int starts = node.streamOns();
     ASSERT_TRUE(node.waitForStreamOns(starts + 2));
+    const std::string problem =
+        "Mock Webcam sends no pictures; unplug it and plug it in again if it does not recover";
+    EXPECT_EQ(running->problem(), problem);
     node.setSilent(false);
     EXPECT_TRUE(moreFramesCome());
-    EXPECT_EQ(log.count("Mock Webcam sends no pictures; unplug it and plug it in again if it does "
-                        "not recover"),
-              1u);
+    EXPECT_EQ(log.count(problem), 1u);
+    EXPECT_EQ(running->problem(), "");
 }
 
 TEST_F(V4l2CamerasTest, ACameraPulledOutInMidStreamIsGoneAndComesBack) {

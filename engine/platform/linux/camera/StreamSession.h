@@ -19,6 +19,7 @@ public:
 
     const CameraDeviceRef& device() const override { return _device; }
     const StreamingCamera& camera() const { return *_camera; }
+    std::string problem() const override { return _stream->problem(); }
     CameraStream& stream() { return *_stream; }
 
     // What it ran in; an input that returns to a session keeps it.

@@ -44,6 +44,8 @@ public:
     virtual void start(FrameSink sink) = 0;
     // No frame comes after it.
     virtual void stop() = 0;
+    // Of the input, on any thread.
+    virtual std::string problem() const { return {}; }
 };
 
 class StreamingCamera : public CameraDevice, public std::enable_shared_from_this<StreamingCamera> {

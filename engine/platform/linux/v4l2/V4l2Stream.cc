@@ -77,6 +77,7 @@ void V4l2Stream::start(FrameSink sink) {
     _sink = std::move(sink);
     _isStopping = false;
     _lastFailure.clear();
+    _problem.set({});
     _thread = std::thread([this] {
         pthread_setname_np(pthread_self(), "camera");
         run();
@@ -162,7 +163,9 @@ void V4l2Stream::waitForStop(uint64_t nanos) {
 
 // Once, not at each attempt.
 void V4l2Stream::reportFailure(const CameraError& error) {
-    if (error.kind == CameraError::Kind::disconnected) _camera.lost();
+    const bool isGone = error.kind == CameraError::Kind::disconnected;
+    _problem.set(isGone ? "" : error.what());
+    if (isGone) _camera.lost();
     if (_lastFailure == error.what()) return;
     _lastFailure = error.what();
     _log.error("{}", _lastFailure);
@@ -172,6 +175,7 @@ void V4l2Stream::reportFrames() {
     if (_lastFailure.empty()) return;
     _log.info("{} sends pictures again", _camera.name);
     _lastFailure.clear();
+    _problem.set({});
 }
 
 } // namespace lanternfly::v4l2

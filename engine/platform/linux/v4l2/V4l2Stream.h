@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/LockedCell.h"
 #include "base/Logger.h"
 #include "base/PixelBufferPool.h"
 #include "base/UniqueFd.h"
@@ -47,6 +48,7 @@ public:
     bool prepare(const CameraConfiguration& configuration) override;
     void start(FrameSink sink) override;
     void stop() override;
+    std::string problem() const override { return _problem.get(); }
 
 private:
     void openPrepared();
@@ -67,7 +69,8 @@ private:
     std::unique_ptr<PixelBufferPool> _pool;
 
     FrameSink _sink;
-    std::string _lastFailure; // empty while frames come
+    std::string _lastFailure;         // empty while frames come
+    LockedCell<std::string> _problem; // the same, while the camera is attached
     UniqueFd _wakeUp;
     std::atomic<bool> _isStopping{false};
     std::thread _thread;

@@ -33,12 +33,18 @@ struct LiveCameraTest : testing::Test {
     }
     // A frame now and then, while the program's time goes on.
     bool comesTo(State state, bool sendsFrames = false) {
+        return comesTo([&] { return camera->status().state == state; }, sendsFrames);
+    }
+    bool comesToAProblem() {
+        return comesTo([&] { return !camera->status().problem.empty(); });
+    }
+    bool comesTo(const std::function<bool()>& condition, bool sendsFrames = false) {
         return test::runUntil(*loop, [&] {
             clock.advance(0.5);
             if (sendsFrames)
                 cameras->sendFrame(MediaTime::fromNanos(static_cast<int64_t>(clock.uptimeNanos())));
             cameras->settle();
-            return camera->status().state == state;
+            return condition();
         });
     }
 };
@@ -123,6 +129,7 @@ TEST_F(LiveCameraTest, ACameraThatFallsSilentIsToldFromOneThatIsGone) {
     start();
     ASSERT_TRUE(comesTo(State::sending, true));
     ASSERT_TRUE(comesTo(State::silent));
+    ASSERT_TRUE(comesToAProblem());
     EXPECT_THAT(camera->status().problem, HasSubstr("Desk Camera sends no pictures"));
     EXPECT_TRUE(comesTo(State::sending, true));
     EXPECT_EQ(camera->status().problem, "");
@@ -150,6 +157,20 @@ TEST_F(LiveCameraTest, AnotherCameraIsTakenByItsNameOrIdentifier) {
     EXPECT_FALSE(camera->useAttached("no such camera"));
     EXPECT_TRUE(comesTo(State::sending, true));
     EXPECT_EQ(camera->currentID(), "desk");
+}
+
+TEST_F(LiveCameraTest, AnOpenCameraThatFailsTellsItsOwnReason) {
+    cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
+    start();
+    ASSERT_TRUE(comesTo(State::sending, true));
+    const std::string reason = "Desk Camera is in use by another program; close it there";
+    cameras->change([&](auto& script) { script.problem = reason; });
+    ASSERT_TRUE(comesToAProblem());
+    EXPECT_EQ(camera->status().state, State::silent);
+    EXPECT_EQ(camera->status().problem, reason);
+    cameras->change([](auto& script) { script.problem.clear(); });
+    EXPECT_TRUE(comesTo(State::sending, true));
+    EXPECT_EQ(camera->status().problem, "");
 }
 
 TEST_F(LiveCameraTest, NoFrameComesOnceItIsGone) {
