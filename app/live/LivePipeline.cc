@@ -11,6 +11,7 @@ namespace lanternfly {
 namespace {
 
 constexpr uint8_t plainGrey = 32;
+constexpr auto giveWay = std::chrono::milliseconds(5);
 
 PixelBufferRef plainPicture(const FrameCompositor& canvas) {
     auto picture = PixelBuffer::create(canvas.width(), canvas.height());
@@ -48,7 +49,9 @@ LivePipeline::~LivePipeline() {
 }
 
 void LivePipeline::onCameraFrame(const PixelBufferRef& picture, MediaTime pts) {
+    _isFrameWaiting = true;
     const std::lock_guard guard(_mutex);
+    _isFrameWaiting = false;
     const auto index = static_cast<uint64_t>(_nextIndex.load());
     if (_setup.trace) _setup.trace->record(TraceFile::Phase::begin, "live", "frame", index);
     const double aspect = static_cast<double>(picture->width()) / picture->height();
@@ -64,6 +67,11 @@ void LivePipeline::onCameraFrame(const PixelBufferRef& picture, MediaTime pts) {
 void LivePipeline::standIn(const std::stop_token& stop) {
     std::unique_lock lock(_mutex);
     while (!stop.stop_requested()) {
+        // Where each takes longer than it lasts, a camera that is back would never get in.
+        if (_isFrameWaiting) {
+            _stopped.wait_for(lock, stop, giveWay, [this] { return !_isFrameWaiting; });
+            continue;
+        }
         const uint64_t now = _setup.clock.uptimeNanos();
         if (now < _nextStandInNanos) {
             _stopped.wait_for(lock, stop, std::chrono::nanoseconds(_nextStandInNanos - now),

@@ -50,8 +50,9 @@ private:
     void measureTarget();
 
     Setup _setup;
-    const PixelBufferRef _plain; // before the first frame
-    std::mutex _mutex;           // held while a frame is made
+    const PixelBufferRef _plain;              // before the first frame
+    std::mutex _mutex;                        // held while a frame is made
+    std::atomic<bool> _isFrameWaiting{false}; // for the mutex
     std::condition_variable_any _stopped;
     PixelBufferRef _lastPicture;
     uint64_t _lastNanos = 0; // of the last frame

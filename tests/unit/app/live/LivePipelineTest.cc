@@ -9,6 +9,15 @@
 namespace lanternfly {
 namespace {
 
+// Whatever is done takes a second.
+class SlowMachine final : public Clock {
+public:
+    uint64_t uptimeNanos() const override { return _nanos += 1'000'000'000; }
+
+private:
+    mutable std::atomic<uint64_t> _nanos{1'000'000'000'000};
+};
+
 struct LivePipelineTest : testing::Test {
     std::shared_ptr<FrameCompositor> compositor =
         FrameCompositor::create(CpuDevice::create(), 160, 90);
@@ -99,6 +108,16 @@ TEST_F(LivePipelineTest, AMachineThatSleptGoesOnWithoutHurry) {
     EXPECT_EQ(brightness(), 100);
     EXPECT_NEAR(sink.lastFrame().pts.seconds(), before + night, 1);
     EXPECT_LE(figures.readout().standIns, 1u); // that may be on its way
+}
+
+TEST_F(LivePipelineTest, StandInsThatAreAlwaysLateLetACameraFrameIn) {
+    const SlowMachine slow;
+    clock = &slow;
+    start();
+    ASSERT_TRUE(sink.waitForFrames(3));
+    send(200);
+    EXPECT_EQ(figures.readout().frames, 1u);
+    live.reset(); // before its clock
 }
 
 TEST_F(LivePipelineTest, ItEndsWhileItStandsIn) {
