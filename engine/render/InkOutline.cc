@@ -1,7 +1,7 @@
 #include "render/InkOutline.h"
 
 #include <cmath>
-#include <limits>
+#include <iterator>
 
 namespace lanternfly {
 
@@ -17,11 +17,9 @@ void InkOutline::clear() {
 
 void InkOutline::add(const Rib& rib) {
     const Edges next(rib);
-    if (!_last) {
-        aim(next);
-    } else if (!pass(next)) {
+    if (!pass(next) && _last) {
         keep(*_last);
-        aim(next);
+        pass(next);
     }
     _last = next;
 }
@@ -29,49 +27,49 @@ void InkOutline::add(const Rib& rib) {
 void InkOutline::addKept(const Rib& rib) {
     const Edges next(rib);
     if (_last && !pass(next)) keep(*_last);
-    _last.reset();
     keep(next);
 }
 
-// The sector method of line simplification (Williams 1978), for both edges and what they carry.
-void InkOutline::aim(const Edges& first) {
-    const float2 way = first.left - _kept.left + first.right - _kept.right;
-    const float length = std::sqrt(way.x * way.x + way.y * way.y);
-    _ahead = length > 0 ? way / length : float2(0);
-    _left = _right = {};
-    // An edge that runs back, as at the inside of a bend, is not straight ahead of anything.
-    if (!pass(first)) _left.passedPX = std::numeric_limits<float>::infinity();
+bool InkOutline::pass(const Edges& next) {
+    const float core = next.core - _kept.core, alpha = next.alpha - _kept.alpha;
+    const bool isEven = core == 0 && alpha == 0;
+    // Most of a stroke is even, and looked at quickly; where it begins or ends a rib is kept.
+    if (_last && isEven != _isEven) return false;
+    _isEven = isEven;
+    return _left.pass(next.left - _kept.left, core, alpha, isEven) &&
+           _right.pass(next.right - _kept.right, core, alpha, isEven);
 }
 
-bool InkOutline::pass(const Edges& next) {
-    const float2 left = next.left - _kept.left, right = next.right - _kept.right;
-    const float leftPX = left.x * _ahead.x + left.y * _ahead.y;
-    const float rightPX = right.x * _ahead.x + right.y * _ahead.y;
-    if (!(leftPX > _left.passedPX && rightPX > _right.passedPX)) return false;
-    const float perLeft = 1 / leftPX, perRight = 1 / rightPX;
-    const float leftSlope = (_ahead.x * left.y - _ahead.y * left.x) * perLeft;
-    const float rightSlope = (_ahead.x * right.y - _ahead.y * right.x) * perRight;
-    const float core = next.core - _kept.core, alpha = next.alpha - _kept.alpha;
-    if (!_left.side.holds(leftSlope) || !_right.side.holds(rightSlope) ||
-        !_left.core.holds(core * perLeft) || !_right.core.holds(core * perRight) ||
-        !_left.alpha.holds(alpha * perLeft) || !_right.alpha.holds(alpha * perRight))
-        return false;
-    _left.side.narrow(leftSlope, maxErrorPX * perLeft);
-    _right.side.narrow(rightSlope, maxErrorPX * perRight);
-    _left.core.narrow(core * perLeft, maxErrorPX * perLeft);
-    _right.core.narrow(core * perRight, maxErrorPX * perRight);
-    _left.alpha.narrow(alpha * perLeft, maxAlphaError * perLeft);
-    _right.alpha.narrow(alpha * perRight, maxAlphaError * perRight);
-    _left.passedPX = leftPX;
-    _right.passedPX = rightPX;
+bool InkOutline::Course::pass(float2 way, float core, float alpha, bool isEven) {
+    if (_ahead == float2(0)) {
+        const float way2 = way.x * way.x + way.y * way.y;
+        if (way2 <= maxErrorPX * maxErrorPX)
+            return isEven || (std::abs(core) <= maxErrorPX && std::abs(alpha) <= maxAlphaError);
+        _ahead = way / std::sqrt(way2);
+    }
+    const float aheadPX = way.x * _ahead.x + way.y * _ahead.y;
+    if (!(aheadPX > _passedPX)) return false;
+    const float perAhead = 1 / aheadPX;
+    const float slope = (_ahead.x * way.y - _ahead.y * way.x) * perAhead;
+    if (!_side.holds(slope)) return false;
+    _side.narrow(slope, maxErrorPX * perAhead);
+    if (!isEven) {
+        if (!_core.holds(core * perAhead) || !_alpha.holds(alpha * perAhead)) return false;
+        _core.narrow(core * perAhead, maxErrorPX * perAhead);
+        _alpha.narrow(alpha * perAhead, maxAlphaError * perAhead);
+    }
+    _passedPX = aheadPX;
     return true;
 }
 
 void InkOutline::keep(const Edges& edges) {
     _kept = edges;
-    _vertices.insert(_vertices.end(), {edges.left.x, edges.left.y, edges.feather, edges.core,
-                                       edges.feather, edges.alpha, edges.right.x, edges.right.y,
-                                       -edges.feather, edges.core, edges.feather, edges.alpha});
+    _last.reset();
+    _left = _right = {};
+    const float vertices[] = {edges.left.x,   edges.left.y, edges.feather, edges.core,
+                              edges.feather,  edges.alpha,  edges.right.x, edges.right.y,
+                              -edges.feather, edges.core,   edges.feather, edges.alpha};
+    _vertices.insert(_vertices.end(), std::begin(vertices), std::end(vertices));
 }
 
 } // namespace lanternfly

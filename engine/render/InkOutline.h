@@ -52,20 +52,28 @@ private:
             high = std::min(high, slope + error);
         }
     };
-    // An edge from the last kept rib on, and what it carries.
-    struct Course {
-        Sector side, core, alpha;
-        float passedPX = 0;
+    // An edge from the last kept rib on, and what it carries: the sector method of line
+    // simplification (Williams 1978). It may run either way: inside a bend that is tighter than the
+    // stroke is wide it runs back.
+    class Course {
+    public:
+        // Whether it may run straight to what is `way` from the kept rib and carries so much more;
+        // if so that counts as passed. `isEven`: it carries the same all along.
+        bool pass(float2 way, float core, float alpha, bool isEven);
+
+    private:
+        float2 _ahead{0}; // unit vector; 0 while the edge stays where it is
+        float _passedPX = 0;
+        Sector _side, _core, _alpha;
     };
 
-    void aim(const Edges& first);
     bool pass(const Edges& next);
     void keep(const Edges& edges);
 
     std::vector<float> _vertices;
     Edges _kept;                // the last rib that is kept
     std::optional<Edges> _last; // the last one since then
-    float2 _ahead{0};           // unit vector from the kept rib to the one after it
+    bool _isEven = false;       // all since then are as wide and opaque as the kept one
     Course _left, _right;
 };
 

@@ -82,6 +82,7 @@ std::optional<StrokeBatch> InkTessellator::lineBatch(const Stroke& stroke,
     batch.vertexBuffer.assign(vertices.begin(), vertices.end());
     batch.triangleStripVertexCount =
         static_cast<int>(vertices.size() / StrokeBatch::floatsPerVertex);
+    batch.isLean = true;
     return batch;
 }
 
@@ -100,7 +101,7 @@ void InkTessellator::traceLine(double baseWidthPX) {
                 static_cast<float>(body.alpha)};
     };
     const auto outerPX = featherPX + static_cast<float>(baseWidthPX / 2);
-    // Where width or opacity begin to run otherwise, all ribs are needed.
+    // Where width or opacity begin to run otherwise, all ribs are looked at.
     const float turns[] = {static_cast<float>(envelope.headOnsetEnd * lengthPX),
                            static_cast<float>(envelope.tailWidthTaperStart * lengthPX),
                            static_cast<float>(envelope.tailAlphaTaperStart * lengthPX)};
@@ -108,7 +109,7 @@ void InkTessellator::traceLine(double baseWidthPX) {
     const size_t end = _line.size() - 1;
     _outline.clear();
     _outline.addKept(rib(0));
-    float errorBefore = infinite, errorHere = infinite; // next to the ends nothing is left out
+    float errorBefore = infinite, errorHere = infinite; // next to the ends all are, too
     for (size_t point = 1, i = 1; i < end; ++point, i += perPoint) {
         const float errorAfter = i + perPoint < end ? skipErrorPX(point + 1, outerPX) : infinite;
         const float before = _line.arcPX(i - 1), after = _line.arcPX(i + perPoint);
@@ -122,6 +123,11 @@ void InkTessellator::traceLine(double baseWidthPX) {
         errorHere = errorAfter;
         if (errorPX <= maxFirstErrorPX) {
             _outline.add(rib(i + perPoint / 2));
+            continue;
+        }
+        if (errorPX == infinite) {
+            for (size_t k = 0; k < perPoint; ++k)
+                _outline.add(rib(i + k));
             continue;
         }
         size_t stride = perPoint;

@@ -3,8 +3,8 @@
 // A line looks as StrokeGeometry::tessellate() makes it of three times smoothed points, with the
 // studio profile: its outline is within `maxErrorPX` of that one, with a small part of its
 // vertices. Ribs go first where the line is nearly straight between a few of them, which its own
-// points tell, and then where that stays so over several points. Memory is kept from one stroke to
-// the next. Threads: value.
+// points tell, and then where that stays so over several points, or over many that are close
+// together as in a tight bend. Memory is kept from one stroke to the next. Threads: value.
 #pragma once
 
 #include <optional>

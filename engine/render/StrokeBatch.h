@@ -22,7 +22,8 @@ struct StrokeBatch {
     // coreHalfWidth, featherHalfWidth, alpha.
     std::vector<float> vertexBuffer;
     int triangleStripVertexCount = 0;
-    float4 color{0}; // straight alpha
+    bool isLean = false; // it would look otherwise without any of its vertices: none to leave out
+    float4 color{0};     // straight alpha
     // The rectangle that is mapped onto the output frame.
     float viewportWidthPX = 1;
     float viewportHeightPX = 1;

@@ -12,8 +12,10 @@ HWY_BEFORE_NAMESPACE();
 namespace lanternfly::HWY_NAMESPACE {
 
 inline constexpr double minTriangleArea = 1e-9; // pixels; a thinner one holds no pixel's centre
-// How far four corners may be from one plane to be drawn as one, in pixels and in opacity.
+// How far four corners may be from one plane to be drawn as one, in pixels and in opacity, and how
+// far the fourth from the plane of the others.
 inline constexpr float maxPlaneError = 0.003f;
+inline constexpr float maxCornerError = 4 * maxPlaneError;
 inline constexpr float maxPlaneWeight = 2; // of a corner; a longer one is no piece of a stroke
 
 // A value at the corner `a`, and the weights of the way towards two other corners.
@@ -44,13 +46,20 @@ struct InkPlane {
         return hn::Add(atA, hn::Add(hn::Mul(towardB, hn::Set(vertexInk, weightOfB)),
                                     hn::Mul(towardC, hn::Set(vertexInk, weightOfC))));
     }
-    // Whether the plane also holds the corner.
-    HWY_INLINE bool holds(const StripVertex& d) const {
+    // Whether the plane can also stand for the corner across from `a`; it is then moved to be
+    // equally near to all four. Where a stroke grows or tapers they never lie on one.
+    HWY_INLINE bool fit(const StripVertex& d) {
         const float dx = d.x - x, dy = d.y - y;
         const float ofB = dx * bX + dy * bY, ofC = dx * cX + dy * cY;
         if (!(ofB >= 0 && ofB <= maxPlaneWeight && ofC >= 0 && ofC <= maxPlaneWeight)) return false;
-        const VertexInk error = hn::Abs(hn::Sub(at(ofB, ofC), d.attributes()));
-        return hn::AllTrue(vertexInk, hn::Le(error, hn::Set(vertexInk, maxPlaneError)));
+        const VertexInk error = hn::Sub(d.attributes(), at(ofB, ofC));
+        if (!hn::AllTrue(vertexInk, hn::Le(hn::Abs(error), hn::Set(vertexInk, maxCornerError))))
+            return false;
+        const VertexInk half = hn::Mul(error, hn::Set(vertexInk, 0.5f));
+        atA = hn::Sub(atA, hn::Mul(half, hn::Set(vertexInk, 0.5f)));
+        towardB = hn::Add(towardB, half);
+        towardC = hn::Add(towardC, half);
+        return true;
     }
     // Whether widths and opacity are the same everywhere, as they are in most of a stroke.
     HWY_INLINE bool isEven() const {

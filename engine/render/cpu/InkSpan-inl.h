@@ -82,14 +82,15 @@ private:
     HWY_ALIGN float _perPixel[4];
 };
 
-// Blends the pixels x0 … x1 - 1 of a row; `start` has the ink's attributes at x0. Vectors are whole
-// ones of the row, so that none reaches beyond its memory.
+// Blends the pixels x0 … x1 - 1 of a row of `rowPixels`, in whole vectors; `start` has the ink's
+// attributes at x0. Most spans are short and take fewest vectors from their own start on; next to
+// the end of the row's memory they take vectors of the row, so that none reaches beyond it.
 template <typename Ink>
 HWY_INLINE void blendInkSpan(const Ink& ink, const InkColour& colour, const float* start, int x0,
-                             int x1, uint8_t* row) {
+                             int x1, uint8_t* row, int rowPixels) {
     const InkFloats end = inkSet(static_cast<float>(x1 - x0));
     const int step = inkLanes();
-    for (int x = x0 / step * step; x < x1; x += step) {
+    for (int x = x1 + step <= rowPixels ? x0 : x0 / step * step; x < x1; x += step) {
         const InkFloats pixels = hn::Iota(inkFloats, static_cast<float>(x - x0));
         const auto isIn = hn::And(hn::Ge(pixels, hn::Zero(inkFloats)), hn::Lt(pixels, end));
         const InkFloats opacity = hn::IfThenElseZero(isIn, ink.at(start, pixels));

@@ -21,7 +21,7 @@ void InkStrips::assign(const StrokesDraw& draw, size_t firstLeftOut, size_t endL
         const float2 pixelsPerUnit{uniforms.mvp[0][0] * static_cast<float>(frame.width) / 2,
                                    -uniforms.mvp[1][1] * static_cast<float>(frame.height) / 2};
         _strips[i].strip = {batch.vertexBuffer.data(), vertexCount, pixelsPerUnit, uniforms.color,
-                            uniforms.widthScale};
+                            uniforms.widthScale,       batch.isLean};
         _toCut.push_back(&_strips[i]);
         ribCount += static_cast<size_t>(vertexCount) / 2;
     }

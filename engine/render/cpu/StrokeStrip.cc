@@ -35,7 +35,7 @@ size_t cut(const StrokeStrip& strip, int frameHeight, StripPiece* pieces) {
     for (int i = 1, fromIndex = 0; i < ribCount; ++i) {
         Rib to = stripRib(strip, i);
         // A core that is wider than its ribs ends at them, hard: each rib counts.
-        if (strip.widthScale <= 1) i = straightRibs.pass(from, to, i, ribCount);
+        if (!strip.isLean && strip.widthScale <= 1) i = straightRibs.pass(from, to, i, ribCount);
         const Rows rows = rowsOf(from, to, frameHeight);
         if (!rows.isEmpty()) pieces[count++] = {fromIndex, i, rows};
         from = to;
@@ -63,7 +63,7 @@ private:
     HWY_INLINE void drawPiece(const Rib& from, const Rib& to) {
         if (from.isUsable() && to.isUsable() && isConvex(from, to)) {
             InkPlane plane(from.left, from.right, to.left);
-            if (plane.hasArea && plane.holds(to.right)) {
+            if (plane.hasArea && plane.fit(to.right)) {
                 plane.maxWeight = maxPlaneWeight;
                 const StripVertex* corners[] = {&from.left, &from.right, &to.right, &to.left};
                 drawPolygon(corners, plane);
@@ -102,9 +102,11 @@ private:
     template <typename Ink, typename Polygon>
     HWY_INLINE void blend(const Polygon& polygon, const InkPlane& plane) {
         const Ink ink(plane, _s.widthScale, _s.color.a * inkOpaque);
+        const int rowPixels = static_cast<int>(_output.strideBytes() / 4);
         polygon.template forEachSpan<Ink::attributeCount>(
-            plane, [&](int y, int x0, int x1, const float* start)
-                       HWY_ATTR { blendInkSpan(ink, _colour, start, x0, x1, _output.row(y)); });
+            plane, [&](int y, int x0, int x1, const float* start) HWY_ATTR {
+                blendInkSpan(ink, _colour, start, x0, x1, _output.row(y), rowPixels);
+            });
     }
 
     const StrokeStrip& _s;

@@ -19,6 +19,7 @@ struct StrokeStrip {
     float2 pixelsPerUnit;  // of the authoring viewport
     float4 color;          // straight, 0…1
     float widthScale;
+    bool isLean; // as of a StrokeBatch
 };
 
 // From one rib to a later one that can stand for those between them.

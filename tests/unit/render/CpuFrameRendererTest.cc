@@ -300,6 +300,30 @@ TEST(LeanInk, LooksAsTheWholeMesh) {
     EXPECT_GT(delta.psnr(), 50);
 }
 
+// Where a bend is tighter than the stroke is wide its inner edge folds, and ink is blended several
+// times; how often differs there.
+TEST(LeanInk, LooksAlmostAsTheWholeMeshInTightBends) {
+    const auto device = CpuDevice::create();
+    const auto camera = cameraScene(320, 180);
+    constexpr DrawingViewport viewport{320, 180};
+    Stroke loops{.color = "#FFD23FE6", .width = 7, .points = {}};
+    for (int i = 0; i < 400; ++i)
+        loops.points.push_back(
+            {20 + 0.7 * i + 9 * std::sin(0.11 * i), 90 + 60 * std::sin(0.025 * i)});
+    const auto frame = [&](StrokeBatch batch) {
+        const auto compositor = FrameCompositor::create(device, 320, 180);
+        compositor->setStrokeBatches({std::move(batch)});
+        return compositor->composite(camera, false, FullComposition{}, 0);
+    };
+    const auto lean = InkTessellator{}.batch(loops, viewport);
+    ASSERT_TRUE(lean);
+    const StrokeBatch whole(
+        StrokeGeometry::tessellate(loops, StrokeGeometry::InkProfile::studioDraw, 3, false),
+        viewport);
+    ASSERT_LT(4 * lean->triangleStripVertexCount, whole.triangleStripVertexCount);
+    EXPECT_GT(difference(*frame(*lean), *frame(whole)).psnr(), 45);
+}
+
 // Ink whose vertices, colours and counts are anything.
 TEST(HostileValues, NeverStopAStroke) {
     const auto device = CpuDevice::create();

@@ -181,6 +181,13 @@ TEST(InkTessellator, EveryVertexOfTheWholeMeshLiesOnTheOutline) {
              return walk += ahead;
          }},
         {"resting", 7, [](int i) { return double2(3.0 * (i / 5), 7.0 * (i / 9)); }},
+        {"a bend on the spot", 7,
+         [](int i) { return double2(200 + 3 * std::sin(0.06 * i), 3 * std::cos(0.06 * i)); }},
+        {"a narrowing spiral", 12,
+         [](int i) {
+             return double2(300 + (40 - 0.2 * i) * std::cos(0.15 * i),
+                            (40 - 0.2 * i) * std::sin(0.15 * i));
+         }},
         {"there and back", 7, [](int i) { return double2(std::abs(i - 100) * 2.5, 80); }},
         {"no width", -3, [](int i) { return double2(50 + 1.7 * i, 60 * std::sin(0.03 * i)); }},
         {"anywhere", 9, [&](int) { return 500. * double2(random(), random()); }, 40},
@@ -214,6 +221,19 @@ TEST(InkTessellator, ALongCurveKeepsAFractionOfItsVertices) {
     const auto batch = inkBatch(curve, viewport);
     ASSERT_TRUE(batch);
     EXPECT_LT(batch->triangleStripVertexCount, 2 * 8 * 500 / 10);
+    EXPECT_GT(batch->triangleStripVertexCount, 100);
+}
+
+// A hand that turns back slows down: many points in a bend tighter than the stroke is wide.
+TEST(InkTessellator, ATightBendKeepsAFractionOfItsVertices) {
+    Stroke bend{"#FFFFFF", 7, {}};
+    for (int i = 0; i < 100; ++i)
+        bend.points.push_back({300 - 2 * std::abs(i - 50.0), 200 + 0.001 * std::pow(i - 50, 3)});
+    for (int i = 0; i < 100; ++i)
+        bend.points.push_back({200 + 3 * std::sin(0.063 * i), 325 + 3 * std::cos(0.063 * i)});
+    const auto batch = inkBatch(bend, viewport);
+    ASSERT_TRUE(batch);
+    EXPECT_LT(batch->triangleStripVertexCount, 2 * 8 * 200 / 8);
     EXPECT_GT(batch->triangleStripVertexCount, 100);
 }
 
