@@ -47,7 +47,7 @@ std::string textAt(const nlohmann::json& row, const char* field, const char* exa
 std::optional<HostMode> modeAt(const nlohmann::json& row) {
     if (!row.contains("mode")) return std::nullopt;
     const std::string name = textAt(row, "mode", "slide");
-    const auto mode = hostMode(name);
+    const auto mode = valueIn(hostModeNames, name);
     if (!mode)
         throw RowProblem(fmt::format("there is no mode \"{}\"; write slide, drawing, typing or "
                                      "model, or leave \"mode\" out",
@@ -57,7 +57,7 @@ std::optional<HostMode> modeAt(const nlohmann::json& row) {
 
 HandSign signAt(const nlohmann::json& row) {
     const std::string name = textAt(row, "sign", "peace-sign");
-    const auto sign = handSign(name);
+    const auto sign = valueIn(handSignNames, name);
     if (!sign) throw RowProblem(fmt::format("there is no sign \"{}\"; write \"peace-sign\"", name));
     return *sign;
 }

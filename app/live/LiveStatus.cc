@@ -63,6 +63,7 @@ std::string statusLine(const LiveStatus& status) {
     if (status.hands.detectionMs)
         add(fmt::format("hands {:.0f} ms, {:.1f} passed by a second", *status.hands.detectionMs,
                         status.hands.dropsPerSecond));
+    if (status.mode != HostMode::slide) add(std::string(lanternfly::nameOf(status.mode)));
     if (status.pageCount > 0) add(fmt::format("page {} of {}", status.page, status.pageCount));
     for (const auto& [name, output] : status.outputs)
         add(fmt::format("{} {}", name, lanternfly::nameOf(output.state)));

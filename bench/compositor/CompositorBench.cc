@@ -1,15 +1,12 @@
 // Processor time of one composited frame, by the clock of the compositing thread, beside a plain
 // overlay by GStreamer and by ffmpeg in the same run.
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
-
+#include "FrameReport.h"
 #include "OverlayPeers.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/FrameCompositor.h"
@@ -86,33 +83,16 @@ double frameCpuMs(const Case& bench) {
 
 int main(int argc, char** argv) {
     using namespace lanternfly::bench;
-    std::FILE* json = nullptr;
-    if (argc == 3 && std::strcmp(argv[1], "--json") == 0) {
-        json = std::fopen(argv[2], "a");
-    } else if (argc != 1) {
-        std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
-        return 2;
-    }
-    const auto report = [&](const std::string& name, double ours, std::optional<double> peer) {
-        const std::string peerText = peer ? fmt::format("{:.4f}", *peer) : "null";
-        const std::string ratio = peer ? fmt::format("{:.3f}", *peer / ours) : "null";
-        fmt::print("{:<52} {:7.3f} ms  peer {:>7}  ratio {}\n", name, ours, peerText, ratio);
-        std::fflush(stdout);
-        if (json)
-            fmt::print(json,
-                       "{{\"name\": \"{}\", \"ours\": {:.4f}, \"peer\": {}, \"unit\": \"CPU "
-                       "ms/frame\", \"ratio\": {}}}\n",
-                       name, ours, peerText, ratio);
-    };
+    const auto report = FrameReport::of(argc, argv);
+    if (!report) return 2;
     for (const Case& bench : cases) {
         const double ours = frameCpuMs(bench);
         if (!bench.isPeerCase) {
-            report(bench.name, ours, std::nullopt);
+            report->add(bench.name, ours);
             continue;
         }
-        report(std::string(bench.name) + ", GStreamer overlay", ours, gstreamerOverlayCpuMs());
-        report(std::string(bench.name) + ", ffmpeg overlay", ours, ffmpegOverlayCpuMs());
+        report->add(std::string(bench.name) + ", GStreamer overlay", ours, gstreamerOverlayCpuMs());
+        report->add(std::string(bench.name) + ", ffmpeg overlay", ours, ffmpegOverlayCpuMs());
     }
-    if (json) std::fclose(json);
     return 0;
 }

@@ -1,16 +1,13 @@
-// Processor time of the layers of a 1080p frame, by the clock of the compositing thread.
+// Processor time of the layers of a 1080p frame, of all threads.
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
-
+#include "FrameReport.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/FrameCompositor.h"
 #include "support/Pictures.h"
@@ -22,9 +19,9 @@ namespace {
 constexpr int width = 1920;
 constexpr int height = 1080;
 
-double threadCpuMs() {
+double cpuMs() {
     timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
 }
 
@@ -32,9 +29,9 @@ double threadCpuMs() {
 double medianCpuMs(const std::function<void()>& body) {
     std::vector<double> times;
     for (int run = 0; run < 70; ++run) {
-        const double start = threadCpuMs();
+        const double start = cpuMs();
         body();
-        if (run >= 10) times.push_back(threadCpuMs() - start);
+        if (run >= 10) times.push_back(cpuMs() - start);
     }
     const auto middle = times.begin() + static_cast<ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
@@ -187,23 +184,9 @@ const Row rows[] = {
 
 int main(int argc, char** argv) {
     using namespace lanternfly::bench;
-    std::FILE* json = nullptr;
-    if (argc == 3 && std::strcmp(argv[1], "--json") == 0) {
-        json = std::fopen(argv[2], "a");
-    } else if (argc != 1) {
-        std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
-        return 2;
-    }
-    for (const Row& row : rows) {
-        const double ours = row.measure();
-        fmt::print("{:<50} {:7.3f} ms\n", row.name, ours);
-        std::fflush(stdout);
-        if (json)
-            fmt::print(json,
-                       "{{\"name\": \"{}, 1080p\", \"ours\": {:.4f}, \"peer\": null, \"unit\": "
-                       "\"CPU ms/frame\", \"ratio\": null}}\n",
-                       row.name, ours);
-    }
-    if (json) std::fclose(json);
+    const auto report = FrameReport::of(argc, argv);
+    if (!report) return 2;
+    for (const Row& row : rows)
+        report->add(std::string(row.name) + ", 1080p", row.measure());
     return 0;
 }

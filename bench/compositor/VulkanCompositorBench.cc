@@ -2,14 +2,13 @@
 // software driver draws on threads of its own), and the time that the compositing thread waits.
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "FrameReport.h"
 #include "PlaceboPeer.h"
 #include "gpu/vulkan/VulkanDevice.h"
 #include "render/FrameCompositor.h"
@@ -95,32 +94,17 @@ Cost frameCost(const Case& bench, const std::shared_ptr<VulkanDevice>& device) {
 
 int main(int argc, char** argv) {
     using namespace lanternfly;
-    std::FILE* json = nullptr;
-    if (argc == 3 && std::strcmp(argv[1], "--json") == 0) {
-        json = std::fopen(argv[2], "a");
-    } else if (argc != 1) {
-        std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
-        return 2;
-    }
+    const auto report = bench::FrameReport::of(argc, argv);
+    if (!report) return 2;
     for (const auto& bench : bench::cases) {
         const auto device = VulkanDevice::create(
             {.selector = "", .validate = false, .allowHostImport = bench.importsHostMemory});
         if (!device) break;
         const bench::Cost cost = bench::frameCost(bench, device);
-        const std::string name = fmt::format(
-            "{}, 1080p, {}", bench.name, device->isSoftware() ? "software Vulkan" : device->name());
-        const auto peer = bench.isPeerCase ? bench::placeboOverlayCpuMs() : std::nullopt;
-        const std::string peerText = peer ? fmt::format("{:.4f}", *peer) : "null";
-        const std::string ratio = peer ? fmt::format("{:.3f}", *peer / cost.cpuMs) : "null";
-        fmt::print("{:<70} {:7.3f} CPU ms {:7.3f} ms  libplacebo's overlay {}\n", name, cost.cpuMs,
-                   cost.wallMs, peerText);
-        std::fflush(stdout);
-        if (json)
-            fmt::print(json,
-                       "{{\"name\": \"{}\", \"ours\": {:.4f}, \"peer\": {}, \"unit\": \"CPU "
-                       "ms/frame\", \"ratio\": {}}}\n",
-                       name, cost.cpuMs, peerText, ratio);
+        report->add(fmt::format("{}, 1080p, {}", bench.name,
+                                device->isSoftware() ? "software Vulkan" : device->name()),
+                    cost.cpuMs, bench.isPeerCase ? bench::placeboOverlayCpuMs() : std::nullopt,
+                    fmt::format("{:.3f} ms; the peer is libplacebo's overlay", cost.wallMs));
     }
-    if (json) std::fclose(json);
     return 0;
 }

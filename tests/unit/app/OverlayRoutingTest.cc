@@ -217,7 +217,7 @@ std::vector<ModeChange> allChanges() {
     std::vector<ModeChange> changes;
     for (const auto& from : hostModeNames)
         for (const auto& to : hostModeNames)
-            if (from.mode != to.mode) changes.push_back({from.mode, to.mode});
+            if (from.value != to.value) changes.push_back({from.value, to.value});
     return changes;
 }
 INSTANTIATE_TEST_SUITE_P(AllModes, MidPinch, testing::ValuesIn(allChanges()));
