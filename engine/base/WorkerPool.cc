@@ -15,7 +15,8 @@ constexpr size_t maxSharedThreads = 4;
 } // namespace
 
 WorkerPool& WorkerPool::shared() {
-    static WorkerPool pool(
+    // Never destroyed: queues may still call it while the process ends.
+    static WorkerPool& pool = *new WorkerPool(
         std::clamp<size_t>(std::thread::hardware_concurrency(), 1, maxSharedThreads) - 1);
     return pool;
 }
