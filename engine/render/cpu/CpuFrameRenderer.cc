@@ -4,7 +4,6 @@
 
 #include <libyuv.h>
 
-#include "base/WorkerPool.h"
 #include "gpu/cpu/CpuDevice.h"
 #include "render/cpu/BackdropPass.h"
 #include "render/cpu/DarkenPass.h"
@@ -117,7 +116,7 @@ void CpuFrameRenderer::forEachBand(const Body& body) const {
 template <typename Body>
 void CpuFrameRenderer::shareBands(const Body& body) const {
     const int count = (_output.height + sharedBandRows - 1) / sharedBandRows;
-    WorkerPool::shared().forEach(static_cast<size_t>(count), [&](size_t band, size_t) {
+    _workers.forEach(static_cast<size_t>(count), [&](size_t band, size_t) {
         const int y = static_cast<int>(band) * sharedBandRows;
         body(Rows{y, std::min(y + sharedBandRows, _output.height)});
     });

@@ -3,6 +3,7 @@
 // Threads: bound.
 #pragma once
 
+#include "base/WorkerPool.h"
 #include "render/FrameRenderer.h"
 #include "render/cpu/DitherTable.h"
 #include "render/cpu/GaussianBlur.h"
@@ -50,6 +51,8 @@ private:
     void drawBackdrop(const BackdropDraw& draw, Rows rows, PixelBuffer& output);
 
     const FrameSize _output;
+    // Begun with the renderer: threads have the priority of who begins them.
+    WorkerPool& _workers = WorkerPool::shared();
     const DitherTable _dither;
     GaussianBlur _backgroundBlur;
     GaussianBlur _backdropBlur;

@@ -29,8 +29,8 @@ std::vector<Layer> layersWith(const std::string& window, size_t strokes) {
 
 TEST(LayerRendererThreads, LayersPicturesAndLooksMayComeFromAnyThread) {
     const auto device = CpuDevice::create();
-    const auto compositor = FrameCompositor::create(device, 64, 36);
-    const auto camera = test::cameraScene(64, 36);
+    const auto compositor = FrameCompositor::create(device, 64, 200); // several bands
+    const auto camera = test::cameraScene(64, 200);
     const TextureRef picture = device->makeTexture(*test::slidePicture(32, 18), TextureOptions{});
     LayerRenderer renderer(compositor);
     std::atomic<int> running = 3;
