@@ -22,7 +22,7 @@ LOOPBACK = "updates/dkms/v4l2loopback.ko"
 
 INIT = """#!/bin/sh
 set -e
-mkdir -p /proc /sys /dev /host /changes /root
+mkdir -p /proc /sys /dev /host /changes /all
 mount -t proc proc /proc
 mount -t sysfs sys /sys
 mount -t devtmpfs dev /dev
@@ -30,16 +30,16 @@ while read -r module; do insmod "$module"; done </modules
 mount -t 9p -o trans=virtio,version=9p2000.L,msize=524288,cache=loose,ro host /host
 mount -t tmpfs changes /changes
 mkdir /changes/new /changes/work
-mount -t overlay -o lowerdir=/host,upperdir=/changes/new,workdir=/changes/work all /root
-mount -t 9p -o trans=virtio,version=9p2000.L,msize=524288 share /root@SHARE@
-mount -t tmpfs run /root/run
+mount -t overlay -o lowerdir=/host,upperdir=/changes/new,workdir=/changes/work all /all
+mount -t 9p -o trans=virtio,version=9p2000.L,msize=524288 share /all@SHARE@
+mount -t tmpfs run /all/run
 mkdir /dev/shm
 mount -t tmpfs shm /dev/shm
-exec switch_root /root /bin/sh @SHARE@/start
+exec switch_root /all /bin/sh @SHARE@/start
 """
 # A first process that ended would be a kernel panic.
 START = """#!/bin/sh
-export PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root
+export PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/run
 echo {up}
 {command}
 sync
