@@ -120,6 +120,17 @@ TEST_F(PresentTest, SoundIsRecordedUnlessItIsRefused) {
     }
 }
 
+TEST_F(PresentTest, ASystemWithoutPipeWireIsNoHindrance) {
+    const ScopedVariable without("PIPEWIRE_CONFIG_DIR", folder.path().string());
+    present("--camera demo --output pipewire,file:talk.mkv");
+    ASSERT_TRUE(isShowingFrames()) << said();
+    EXPECT_TRUE(comesTo([](const Json& now) {
+        return now["outputs"][0]["state"] == "waiting" && now["outputs"][1]["sentFrames"] > 3;
+    })) << said();
+    EXPECT_THAT(said(), HasSubstr("PipeWire"));
+    EXPECT_EQ(end(), 0) << said();
+}
+
 TEST_F(PresentTest, ADiskThatIsFullEndsTheRecordingAndNotTheShow) {
     present("--camera demo --output file:talk.mkv");
     ASSERT_TRUE(isShowingFrames()) << said();

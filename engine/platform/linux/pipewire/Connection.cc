@@ -88,6 +88,11 @@ Connection::Connection(const char* threadName, Events events) : _state(std::make
         },
         &state);
     state.context.reset(pw_context_new(state.loop(), nullptr, 0));
+    // Without its settings files, which come with PipeWire itself, the library makes a context only
+    // when told to look for none. It reaches nobody: as if PipeWire did not run.
+    if (!state.context)
+        state.context.reset(pw_context_new(
+            state.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "null", nullptr), 0));
     if (!state.context || !state.retry) throw std::runtime_error(libraryText);
 }
 
