@@ -29,6 +29,7 @@ struct Connection::State {
     };
     Events events;
     std::unique_ptr<pw_thread_loop, Destroy> thread;
+    // Null without the settings files that come with PipeWire itself: it is not installed.
     std::unique_ptr<pw_context, Destroy> context;
     pw_core* core = nullptr;
     spa_source* retry = nullptr;
@@ -48,9 +49,9 @@ struct Connection::State {
         pw_loop_update_timer(loop(), retry, &when, nullptr, false);
     }
     void connect() {
-        core = pw_context_connect(context.get(), nullptr, 0);
+        if (context) core = pw_context_connect(context.get(), nullptr, 0);
         if (!core) {
-            scheduleRetry(beforeRetryNanos);
+            if (context) scheduleRetry(beforeRetryNanos);
             if (!std::exchange(isUnreachableTold, true) && events.unreachable) events.unreachable();
             return;
         }
@@ -88,12 +89,7 @@ Connection::Connection(const char* threadName, Events events) : _state(std::make
         },
         &state);
     state.context.reset(pw_context_new(state.loop(), nullptr, 0));
-    // Without its settings files, which come with PipeWire itself, the library makes a context only
-    // when told to look for none. It reaches nobody: as if PipeWire did not run.
-    if (!state.context)
-        state.context.reset(pw_context_new(
-            state.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "null", nullptr), 0));
-    if (!state.context || !state.retry) throw std::runtime_error(libraryText);
+    if (!state.retry) throw std::runtime_error(libraryText);
 }
 
 Connection::~Connection() {
