@@ -12,7 +12,8 @@ namespace lanternfly {
 
 struct CameraSource {
     std::shared_ptr<CameraPlatform> platform;
-    std::optional<std::string> wished; // an identifier; absent: the best camera
+    // An identifier, or the name of a camera that is not attached yet; absent: the best camera.
+    std::optional<std::string> wished;
 };
 
 // The cameras of the machine.

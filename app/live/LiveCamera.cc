@@ -79,6 +79,7 @@ std::vector<CameraDeviceInfo> LiveCamera::cameras() const {
 
 void LiveCamera::takeDevice(const std::optional<std::string>& id) {
     _currentID = id;
+    recognizeWished();
     const auto infos = cameras();
     CameraStatus status = _status;
     if (const auto* info = find(infos, id)) status.name = info->name;
@@ -95,7 +96,13 @@ void LiveCamera::check() {
     const uint64_t last = _arrivals->lastNanos.load();
     const bool isSending = last != 0 && now < last + silenceNanos;
     if (isSending) {
-        if (_status.state == State::sending) return;
+        if (_status.state == State::sending) {
+            const auto& wished = _setup.source.wished;
+            const bool isStandingIn = wished && _currentID && *_currentID != *wished;
+            if (!isStandingIn || now < _triedNanos + beforeRetryNanos) return;
+            _triedNanos = now;
+            return recognizeWished();
+        }
         CameraStatus status = _status;
         // What is known since the camera was chosen stays.
         if (status.state != State::starting) status.problem.clear();
@@ -109,9 +116,20 @@ void LiveCamera::check() {
     if (_triedNanos != 0 && now < _triedNanos + beforeRetryNanos) return;
     _triedNanos = now;
     set(whatIsWrong());
+    recognizeWished();
     // A feed that has started follows its camera by itself; it does not look for another one.
     _feed->start();
     _feed->setPreferredUID(_setup.source.wished);
+}
+
+// The feed knows cameras by their identifiers; one that was wished by its name has had none yet.
+void LiveCamera::recognizeWished() {
+    auto& wished = _setup.source.wished;
+    if (!wished) return;
+    auto id = attachedCamera(*_cameras, *wished);
+    if (!id || id == wished) return;
+    wished = std::move(id);
+    _feed->setPreferredUID(wished);
 }
 
 CameraStatus LiveCamera::whatIsWrong() {

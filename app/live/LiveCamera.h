@@ -64,6 +64,7 @@ private:
     struct Arrivals; // shared with the delivery queue
 
     void check();
+    void recognizeWished();
     CameraStatus whatIsWrong();
     void set(CameraStatus status);
     void takeDevice(const std::optional<std::string>& id);

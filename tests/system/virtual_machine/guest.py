@@ -195,7 +195,7 @@ def a_camera_is_denied():
                  f"HOME={folder}"]
     os.chmod(CAMERA, 0)
     listed = run(*as_nobody, LANTERNFLY, "cameras")
-    with Show("denied", "--output", "none", before=as_nobody,
+    with Show("denied", "--camera", "vivid", "--output", "none", before=as_nobody,
               runtime=folder) as show:
         denied = show.comes_to("a problem", lambda now: now["camera"]["problem"])
         without = show.goes_on_without()

@@ -124,6 +124,26 @@ TEST_F(LiveCameraTest, AWishedCameraThatIsNotThereIsNamedWhileAnotherStandsIn) {
     EXPECT_EQ(camera->status().problem, "");
 }
 
+TEST_F(LiveCameraTest, ACameraThatIsWishedByItsNameIsTakenWhenItComes) {
+    cameras->attach({.uniqueID = "lid", .localizedName = "Lid Camera"});
+    start("Desk Camera");
+    ASSERT_TRUE(comesTo(State::sending, true));
+    EXPECT_EQ(camera->currentID(), "lid");
+    EXPECT_THAT(camera->status().problem, HasSubstr("Desk Camera is not attached"));
+    cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
+    EXPECT_TRUE(comesTo([&] { return camera->currentID() == "desk"; }, true));
+    EXPECT_EQ(camera->status().problem, "");
+}
+
+TEST_F(LiveCameraTest, ACameraThatIsWishedByItsNameAndComesAloneIsNoStandIn) {
+    start("Desk Camera");
+    ASSERT_TRUE(comesTo(State::none));
+    cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
+    ASSERT_TRUE(comesTo(State::sending, true));
+    EXPECT_EQ(camera->currentID(), "desk");
+    EXPECT_EQ(camera->status().problem, "");
+}
+
 TEST_F(LiveCameraTest, ACameraThatFallsSilentIsToldFromOneThatIsGone) {
     cameras->attach({.uniqueID = "desk", .localizedName = "Desk Camera"});
     start();
