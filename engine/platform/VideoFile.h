@@ -22,6 +22,7 @@ public:
         notAVideo,      // cannot be understood as a video file at all
         noPicture,      // has no video stream (sound only), or none that can be decoded
         tooLarge,       // pictures beyond 8K
+        allHeld,        // consumers keep as many pictures as they may; reading can go on
         badRequest,     // a size or a file name that no video can have
         cannotWrite,    // the place to write to cannot be written
         diskFull,       // no room left, or a size limit reached

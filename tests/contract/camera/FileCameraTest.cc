@@ -3,6 +3,8 @@
 
 #include <filesystem>
 #include <future>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -84,6 +86,32 @@ TEST_F(FileCameraTest, AFileThatVanishedIsNotAttached) {
     } catch (const CameraError& error) {
         EXPECT_EQ(error.kind, CameraError::Kind::disconnected);
     }
+}
+
+TEST_F(FileCameraTest, WhoKeepsAllPicturesMissesSomeAndTheFilePlaysOn) {
+    const LogCapture log;
+    std::mutex mutex;
+    std::vector<PixelBufferRef> kept;
+    const auto stream = FileCamera::create(video(200))->open();
+    stream->start([&](const CameraSample& sample) {
+        frames.add(nullptr, sample.pts);
+        const std::lock_guard guard(mutex);
+        kept.push_back(sample.buffer);
+    });
+    const double end = SystemClock::shared().uptimeSeconds() + 60;
+    while (!log.contains("no picture of the video is given back") &&
+           SystemClock::shared().uptimeSeconds() < end)
+        std::this_thread::yield();
+    const size_t before = frames.count();
+    EXPECT_GT(before, 3u);
+    {
+        const std::lock_guard guard(mutex);
+        kept.clear();
+    }
+    EXPECT_TRUE(frames.waitFor(before + 3));
+    stream->stop();
+    for (const auto& line : log.lines())
+        EXPECT_NE(line.level, LogLevel::error) << line.message;
 }
 
 TEST_F(FileCameraTest, AFileThatVanishesInMidPlayIsReportedAndResumes) {

@@ -24,7 +24,8 @@ class FileStream final : public CameraStream {
 public:
     FileStream(std::filesystem::path file, VideoRate rate)
         : _file(std::move(file)), _reader(VideoFileReader::open(_file)),
-          _pacing(static_cast<uint64_t>(std::llround(1e9 / rate.framesPerSecond()))) {}
+          _frameNanos(static_cast<uint64_t>(std::llround(1e9 / rate.framesPerSecond()))),
+          _pacing(_frameNanos) {}
     ~FileStream() override { stop(); }
 
     bool prepare(const CameraConfiguration& configuration) override {
@@ -53,9 +54,7 @@ private:
             try {
                 goesOn = playOne(sink);
             } catch (const VideoError& error) {
-                _log.error("{}", error.what());
-                _reader = nullptr;
-                goesOn = waitUntil(SystemClock::shared().uptimeNanos() + beforeRetryNanos);
+                goesOn = recover(error);
             }
         }
     }
@@ -75,6 +74,19 @@ private:
         return true;
     }
 
+    // False when stopped.
+    bool recover(const VideoError& error) {
+        uint64_t patience = beforeRetryNanos;
+        if (error.kind == VideoError::Kind::allHeld) { // they miss this frame; the file is well
+            _log.debug("{}", error.what());
+            patience = _frameNanos;
+        } else {
+            _log.error("{}", error.what());
+            _reader = nullptr;
+        }
+        return waitUntil(SystemClock::shared().uptimeNanos() + patience);
+    }
+
     // False when stopped before or meanwhile.
     bool waitUntil(uint64_t uptimeNanos) {
         const uint64_t now = SystemClock::shared().uptimeNanos();
@@ -86,6 +98,7 @@ private:
     const Logger _log{"FileCamera"};
     const std::filesystem::path _file;
     std::unique_ptr<VideoFileReader> _reader; // null at the start of a round
+    const uint64_t _frameNanos;
     FilePacing _pacing;
 
     std::mutex _mutex;

@@ -74,6 +74,8 @@ PixelBufferRef PictureConverter::take(std::unique_ptr<PixelBufferPool>& pool, in
         throw VideoError(VideoError::Kind::tooLarge,
                          "the video has pictures of a size that cannot be shown");
     auto taken = pool->take();
+    if (taken.status == PixelBufferPool::Status::exhausted)
+        throw VideoError(VideoError::Kind::allHeld, "no picture of the video is given back");
     if (!taken.buffer)
         throw VideoError(VideoError::Kind::failed, "out of memory for the video's pictures");
     return std::move(taken.buffer);

@@ -19,7 +19,7 @@ public:
 
     // Colours follow the frame's own tags: matrix (BT.601, 709, 2020) and range. An untagged
     // picture is taken as BT.709 from 720 lines on and as BT.601 below, limited range, as players
-    // do. Throws VideoError (tooLarge, failed).
+    // do. Throws VideoError (tooLarge, allHeld, failed).
     PixelBufferRef convert(const AVFrame& frame);
 
 private:
