@@ -32,16 +32,22 @@ protected:
     void SetUp() override {
         if (!MockMachine::isAvailable()) GTEST_SKIP() << "umockdev is not preloaded: use ctest";
         machine = std::make_unique<MockMachine>();
-        std::vector<std::unique_ptr<CameraBackend>> backends;
-        // Milliseconds, so that a frozen camera is soon noticed.
-        backends.push_back(std::make_unique<v4l2::V4l2Cameras>(
-            v4l2::Patience{500'000'000, 50'000'000, 10'000'000}));
-        cameras = std::make_shared<LinuxCameras>(std::move(backends));
     }
     void TearDown() override {
         session = nullptr;
         running = nullptr;
         cameras = nullptr;
+    }
+    // Made when first asked for: its monitor would look at what is plugged in until then at the
+    // same time, for which umockdev is not made.
+    LinuxCameras& platform() {
+        if (cameras) return *cameras;
+        std::vector<std::unique_ptr<CameraBackend>> backends;
+        // Milliseconds, so that a frozen camera is soon noticed.
+        backends.push_back(std::make_unique<v4l2::V4l2Cameras>(
+            v4l2::Patience{500'000'000, 50'000'000, 10'000'000}));
+        cameras = std::make_shared<LinuxCameras>(std::move(backends));
+        return *cameras;
     }
 
     MockVideoNode& plug(MockVideoNode::Description description) {
@@ -49,7 +55,7 @@ protected:
         nodes.back()->plug();
         return *nodes.back();
     }
-    std::vector<CameraDeviceRef> listed() { return cameras->devices(cameraTypesByPriority); }
+    std::vector<CameraDeviceRef> listed() { return platform().devices(cameraTypesByPriority); }
     // A running session of the first camera in the format of this index.
     void run(size_t format = 0) {
         const auto camera = listed().front();
@@ -61,9 +67,9 @@ protected:
         output->handler = [&](const CameraSample& sample) {
             frames.add(sample.buffer, sample.pts);
         };
-        session = cameras->makeSession();
+        session = platform().makeSession();
         session->beginConfiguration();
-        running = cameras->makeInput(camera);
+        running = platform().makeInput(camera);
         ASSERT_TRUE(session->canAddInput(running));
         session->addInput(running);
         session->addOutput(output);
@@ -84,7 +90,7 @@ protected:
 
 TEST_F(V4l2CamerasTest, WithoutNodesThereAreNoCameras) {
     EXPECT_THAT(listed(), IsEmpty());
-    EXPECT_EQ(cameras->authorization(), CameraAuthorization::authorized);
+    EXPECT_EQ(platform().authorization(), CameraAuthorization::authorized);
 }
 
 TEST_F(V4l2CamerasTest, DescribesWhatIsAttachedAndHow) {
@@ -106,7 +112,7 @@ TEST_F(V4l2CamerasTest, DescribesWhatIsAttachedAndHow) {
     EXPECT_EQ(found[2]->uniqueID(), "usb-Desk");
     EXPECT_EQ(found[2]->transportType(), CameraTransportType::usb);
     // Our own virtual camera is there, and is not offered.
-    EXPECT_EQ(CameraFeed::discover(*cameras).size(), 2u);
+    EXPECT_EQ(CameraFeed::discover(platform()).size(), 2u);
 }
 
 TEST_F(V4l2CamerasTest, NodesThatGiveNoColourPicturesAreNoCameras) {
@@ -200,7 +206,7 @@ TEST_F(V4l2CamerasTest, ACameraPulledOutInMidStreamIsGoneAndComesBack) {
     ASSERT_TRUE(moreFramesCome());
     ChangeCollector changes;
     const auto observation =
-        cameras->observe([&](const CameraChange& change) { changes.add(change); });
+        platform().observe([&](const CameraChange& change) { changes.add(change); });
     node.pullOutUnnoticed(); // the stream finds out
     ASSERT_TRUE(changes.waitFor(1));
     EXPECT_EQ(changes.changes()[0].kind, CameraChange::Kind::disconnected);
@@ -217,9 +223,9 @@ TEST_F(V4l2CamerasTest, ACameraPulledOutInMidStreamIsGoneAndComesBack) {
 TEST_F(V4l2CamerasTest, ACameraThatRefusesAFormatIsAskedForItsLargest) {
     auto& node = plug({.modes = {Mode{V4L2_PIX_FMT_YUYV, 64, 48}}});
     const auto camera = listed().front();
-    const auto fresh = cameras->makeSession();
+    const auto fresh = platform().makeSession();
     node.fail(VIDIOC_S_FMT, EINVAL);
-    const auto input = cameras->makeInput(camera);
+    const auto input = platform().makeInput(camera);
     fresh->beginConfiguration();
     EXPECT_FALSE(fresh->canAddInput(input));
     node.fail(VIDIOC_S_FMT, 0);
@@ -251,8 +257,8 @@ TEST_F(V4l2CamerasTest, DriversWithOddAnswersAreSurvived) {
         for (const int code : {EIO, EINVAL, ENOTTY, ENODEV, EBUSY}) {
             node.fail(request, code);
             try {
-                const auto input = cameras->makeInput(camera);
-                EXPECT_FALSE(cameras->makeSession()->canAddInput(input));
+                const auto input = platform().makeInput(camera);
+                EXPECT_FALSE(platform().makeSession()->canAddInput(input));
             } catch (const CameraError& error) {
                 EXPECT_NE(error.kind, CameraError::Kind::failed);
             }

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include <libudev.h>
 #include <linux/videodev2.h>
+#include <unistd.h>
 
 namespace lanternfly::v4l2 {
 namespace {
@@ -30,15 +32,19 @@ std::string textOf(const unsigned char (&text)[count]) {
     return {characters, ::strnlen(characters, count)};
 }
 
+// Where a link leads; empty when it is none. One call: links come and go with the cameras.
+std::filesystem::path targetOf(const std::filesystem::path& link) {
+    char target[PATH_MAX];
+    const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
+    return length > 0 ? std::filesystem::path(target, target + length) : std::filesystem::path();
+}
+
 // The name of the link to a node in a folder of links; empty when there is none.
 std::string linkIn(const std::filesystem::path& folder, const std::filesystem::path& node) {
-    std::error_code error; // links come and go with the cameras
+    std::error_code error;
     for (std::filesystem::directory_iterator link(folder, error), end; !error && link != end;
-         link.increment(error)) {
-        std::error_code ignored;
-        if (std::filesystem::read_symlink(*link, ignored).filename() == node.filename())
-            return link->path().filename().string();
-    }
+         link.increment(error))
+        if (targetOf(*link).filename() == node.filename()) return link->path().filename().string();
     return {};
 }
 
