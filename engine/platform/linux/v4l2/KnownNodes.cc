@@ -10,12 +10,6 @@ bool isSameCamera(const NodeFacts& a, const NodeFacts& b) {
     return a.byId == b.byId && a.byPath == b.byPath && a.card == b.card && a.busInfo == b.busInfo;
 }
 
-template <typename Entries>
-auto findCamera(Entries& entries, const std::string& uniqueID) {
-    return std::ranges::find_if(
-        entries, [&](const auto& entry) { return entry.second.uniqueID == uniqueID; });
-}
-
 } // namespace
 
 std::string KnownNodes::add(const NodeFacts& facts) {
@@ -32,7 +26,7 @@ std::string KnownNodes::add(const NodeFacts& facts) {
         for (const auto& [syspath, entry] : all)
             taken.insert(entry.uniqueID);
         const std::string id = idOf(facts, taken);
-        all.emplace(facts.syspath, Entry{facts, id});
+        all.emplace(facts.syspath, Entry{facts, id, ++_arrivals});
         return id;
     });
 }
@@ -49,15 +43,20 @@ std::optional<KnownNodes::Camera> KnownNodes::removeNode(const std::string& sysp
     return _entries.withLock([&](auto& all) { return remove(all, all.find(syspath)); });
 }
 
-std::optional<KnownNodes::Camera> KnownNodes::removeCamera(const std::string& uniqueID) {
-    return _entries.withLock([&](auto& all) { return remove(all, findCamera(all, uniqueID)); });
+std::optional<KnownNodes::Camera> KnownNodes::removeArrival(uint64_t arrival) {
+    return _entries.withLock([&](auto& all) {
+        return remove(all, std::ranges::find_if(all, [&](const auto& entry) {
+                          return entry.second.arrival == arrival;
+                      }));
+    });
 }
 
-std::optional<std::filesystem::path> KnownNodes::nodeOf(const std::string& uniqueID) const {
-    return _entries.withLock([&](const auto& all) -> std::optional<std::filesystem::path> {
-        const auto found = findCamera(all, uniqueID);
+std::optional<KnownNodes::Place> KnownNodes::placeOf(const std::string& uniqueID) const {
+    return _entries.withLock([&](const auto& all) -> std::optional<Place> {
+        const auto found = std::ranges::find_if(
+            all, [&](const auto& entry) { return entry.second.uniqueID == uniqueID; });
         if (found == all.end()) return std::nullopt;
-        return found->second.facts.node;
+        return Place{found->second.facts.node, found->second.arrival};
     });
 }
 

@@ -31,9 +31,9 @@ public:
         V4l2Stream::Camera camera;
         camera.name = localizedName();
         camera.modes = _modes;
-        camera.locate = [state = _state, id = uniqueID()] { return state->nodes.nodeOf(id); };
-        camera.lost = [state = _state, id = uniqueID()] {
-            state->announce(CameraChange::Kind::disconnected, state->nodes.removeCamera(id));
+        camera.locate = [state = _state, id = uniqueID()] { return state->nodes.placeOf(id); };
+        camera.lost = [state = _state](uint64_t arrival) {
+            state->announce(CameraChange::Kind::disconnected, state->nodes.removeArrival(arrival));
         };
         camera.patience = _patience;
         return std::make_unique<V4l2Stream>(std::move(camera), configuration());

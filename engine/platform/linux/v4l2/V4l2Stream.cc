@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include <fmt/format.h>
 #include <poll.h>
@@ -61,10 +62,13 @@ bool V4l2Stream::prepare(const CameraConfiguration& configuration) {
 }
 
 void V4l2Stream::openPrepared() {
-    const auto node = _camera.locate();
-    if (!node) throw errorOf(ENODEV, _camera.name);
+    const auto place = _camera.locate();
+    if (!place) throw errorOf(ENODEV, _camera.name);
     if (_configuration->format >= _camera.modes.size()) throw errorOf(EINVAL, _camera.name);
-    if (!_queue) _queue = std::make_unique<V4l2Queue>(*node, _camera.name);
+    if (!_queue) {
+        _arrival = place->arrival;
+        _queue = std::make_unique<V4l2Queue>(place->node, _camera.name);
+    }
     const FrameLayout layout =
         _queue->configure(_camera.modes[_configuration->format], _configuration->frameDuration);
     _decoder = FrameDecoder::create(layout);
@@ -165,7 +169,8 @@ void V4l2Stream::waitForStop(uint64_t nanos) {
 void V4l2Stream::reportFailure(const CameraError& error) {
     const bool isGone = error.kind == CameraError::Kind::disconnected;
     _problem.set(isGone ? "" : error.what());
-    if (isGone) _camera.lost();
+    // Only the one that was opened: meanwhile it may have been plugged in again.
+    if (isGone && _arrival) _camera.lost(*std::exchange(_arrival, std::nullopt));
     if (_lastFailure == error.what()) return;
     _lastFailure = error.what();
     _log.error("{}", _lastFailure);

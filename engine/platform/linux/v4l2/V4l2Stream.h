@@ -17,6 +17,7 @@
 #include "base/PixelBufferPool.h"
 #include "base/UniqueFd.h"
 #include "platform/linux/camera/StreamingCamera.h"
+#include "platform/linux/v4l2/KnownNodes.h"
 #include "platform/linux/v4l2/V4l2Queue.h"
 
 namespace lanternfly::v4l2 {
@@ -34,9 +35,9 @@ public:
         std::string name;
         std::vector<CameraMode> modes; // as the formats
         // Where the camera is now; nothing while it is unplugged.
-        std::function<std::optional<std::filesystem::path>()> locate;
-        // The camera was found to be gone.
-        std::function<void()> lost;
+        std::function<std::optional<KnownNodes::Place>()> locate;
+        // The camera that was found there is gone.
+        std::function<void(uint64_t arrival)> lost;
         Patience patience;
     };
 
@@ -65,6 +66,7 @@ private:
     const Camera _camera;
     std::optional<CameraConfiguration> _configuration;
     std::unique_ptr<V4l2Queue> _queue; // null while the camera is gone
+    std::optional<uint64_t> _arrival;  // of the camera that the queue is, or was, opened for
     std::optional<FrameDecoder> _decoder;
     std::unique_ptr<PixelBufferPool> _pool;
 

@@ -216,23 +216,26 @@ TEST(KnownNodesTest, AnIdentifierStaysWithItsCameraWhileATwinComesAndGoes) {
     EXPECT_NE(id, twinId);
     EXPECT_EQ(nodes.add(first), id);
     EXPECT_EQ(nodes.add(twin), twinId);
-    EXPECT_EQ(nodes.nodeOf(twinId), "/dev/video2");
+    EXPECT_EQ(nodes.placeOf(twinId).value().node, "/dev/video2");
 
     ASSERT_TRUE(nodes.removeNode(first.syspath));
     EXPECT_EQ(nodes.add(twin), twinId) << "though the shorter identifier is free again";
-    EXPECT_EQ(nodes.nodeOf(id), std::nullopt);
+    EXPECT_FALSE(nodes.placeOf(id));
 }
 
 TEST(KnownNodesTest, ACameraIsRemovedOnce) {
     KnownNodes nodes;
     const std::string id = nodes.add(webcam());
-    const auto removed = nodes.removeCamera(id);
+    const uint64_t arrival = nodes.placeOf(id).value().arrival;
+    const auto removed = nodes.removeArrival(arrival);
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->uniqueID, id);
     EXPECT_EQ(removed->localizedName, "HD Webcam");
-    EXPECT_FALSE(nodes.removeCamera(id));
+    EXPECT_FALSE(nodes.removeArrival(arrival));
     EXPECT_FALSE(nodes.removeNode(webcam().syspath));
     EXPECT_EQ(nodes.add(webcam()), id) << "and comes back as itself";
+    EXPECT_FALSE(nodes.removeArrival(arrival)) << "whoever held the one that left says so late";
+    EXPECT_TRUE(nodes.placeOf(id));
 }
 
 TEST(KnownNodesTest, AnotherCameraInTheSamePortIsAnotherCamera) {
