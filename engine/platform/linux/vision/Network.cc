@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <opencv2/core/utils/logger.hpp>
 
+#include "platform/linux/vision/OnnxGraph.h"
 #include "platform/linux/vision/OnnxInput.h"
 
 namespace lanternfly {
@@ -79,6 +80,7 @@ void Network::load() {
     _input.create(static_cast<int>(shape.size()), shape.data(), CV_32F);
     for (int channel = 0; channel < 3; ++channel)
         _planes.emplace_back(size.y, size.x, CV_32F, _input.ptr<float>(0, channel));
+    if (!isCoherentNetwork(bytes)) throw unusable(damagedText);
     const QuietOpenCv quiet;
     try {
         _net = cv::dnn::readNetFromONNX(bytes.data(), bytes.size());

@@ -6,37 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include "TestOnnx.h"
 #include "support/Files.h"
 
 namespace lanternfly {
 namespace {
 
 const std::filesystem::path models = std::filesystem::path(LANTERNFLY_SOURCE_DIR) / "models";
-
-// A message field that holds bytes; all are shorter than 128.
-std::string field(int number, const std::string& bytes) {
-    return std::string{static_cast<char>(number << 3 | 2), static_cast<char>(bytes.size())} + bytes;
-}
-
-std::string varint(uint64_t value) {
-    std::string bytes;
-    for (; value >= 128; value >>= 7)
-        bytes += static_cast<char>(value | 128);
-    return bytes + static_cast<char>(value);
-}
-
-// An input of the graph with these sizes.
-std::string input(std::initializer_list<uint64_t> sizes) {
-    std::string dimensions;
-    for (const uint64_t size : sizes)
-        dimensions += field(1, '\x08' + varint(size));
-    return field(11,
-                 field(1, "input") + field(2, field(1, '\x08' + varint(1) + field(2, dimensions))));
-}
-
-std::string model(const std::string& graph) {
-    return '\x08' + varint(7) + field(2, "producer") + field(7, graph);
-}
 
 std::optional<int2> sizeOf(const std::string& bytes) {
     return pictureInputOf(bytes);
