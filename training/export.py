@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """Writes a trained network as .onnx: `export.py landmarks|detector WEIGHTS FOLDER`.
 
-The file and FOLDER/hand_model.json agree afterwards. OpenCV reads it before and after the weights
-are stored in 8 bits; its outputs have to be those of the training library. Prints size, checksum and
-the largest differences.
+The file and FOLDER/hand_model.json agree afterwards. The landmark network's weights are stored in 8
+bits; the detector's are not: its scores lie about its threshold for many pictures on end, and on one
+clip rounded weights lost it a tenth of the hands. OpenCV reads each file; its outputs have to be
+those of the training library. Prints size, checksum and the largest differences.
 """
 
 import argparse
@@ -26,6 +27,7 @@ NETWORKS = {
     "landmarks": (LandmarkNet, CROP_PX, CROP_PX, ["heatmaps", "cls"]),
     "detector": (DetectorNet, DETECTOR_WIDTH, DETECTOR_HEIGHT, ["grid"]),
 }
+IN_8_BITS = {"landmarks"}
 LARGEST_DIFFERENCE = 2e-3
 LARGEST_ROUNDING = 0.2  # of logits
 
@@ -57,11 +59,14 @@ def export(kind, weights, folder):
     with torch.no_grad():
         want = net(picture)
     want = [w.numpy() for w in (want if isinstance(want, tuple) else (want,))]
-    exact = difference(file, picture, outputs, want, LARGEST_DIFFERENCE)
-    model = onnx.load(str(file))
-    store_in_8_bits(model)
-    onnx.save(model, str(file))
-    rounded = difference(file, picture, outputs, want, LARGEST_ROUNDING)
+    found = difference(file, picture, outputs, want, LARGEST_DIFFERENCE)
+    print(f"{file.name}: largest difference {found:.1e}")
+    if kind in IN_8_BITS:
+        model = onnx.load(str(file))
+        store_in_8_bits(model)
+        onnx.save(model, str(file))
+        found = difference(file, picture, outputs, want, LARGEST_ROUNDING)
+        print(f"in 8 bits {found:.1e}")
 
     description = folder / "hand_model.json"
     model = json.loads(description.read_text(encoding="utf-8"))
@@ -70,8 +75,7 @@ def export(kind, weights, folder):
         description.write_text(json.dumps(model, indent=2) + "\n", encoding="utf-8")
     data = file.read_bytes()
     parameters = sum(p.numel() for p in net.parameters())
-    print(f"{file.name}: {len(data)} bytes, {parameters} parameters")
-    print(f"largest difference {exact:.1e}, with 8 bits {rounded:.1e}")
+    print(f"{len(data)} bytes, {parameters} parameters")
     print(f"sha256 {hashlib.sha256(data).hexdigest()}")
 
 

@@ -100,13 +100,13 @@ TEST_F(DamagedModels, TheOtherNetworkIsRefused) {
 }
 
 TEST_F(DamagedModels, WeightsThatAreNoNumbersAreRefused) {
-    std::string bytes = bytesOf(models / detectorFile);
+    std::string bytes = bytesOf(models / landmarksFile);
     // The last constant of the file is the step between the last layer's weights.
     const std::string name = "_step";
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const size_t tagAndLength = 2;
     std::memcpy(bytes.data() + bytes.rfind(name) + name.size() + tagAndLength, &nan, sizeof nan);
-    write(detectorFile, bytes);
+    write(landmarksFile, bytes);
     EXPECT_NE(refusal(), "");
 }
 
