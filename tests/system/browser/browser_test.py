@@ -15,6 +15,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import unittest
 from pathlib import Path
 
@@ -212,13 +213,24 @@ class Browser(unittest.TestCase):
         return Page.results.get(timeout=PATIENCE)
 
     def await_camera(self, desktop):
-        """Browsers look for cameras once."""
-        for _ in range(1000):
-            nodes = subprocess.run([*AS_USER, "pw-dump"], env=desktop.environment,
-                                   capture_output=True, text=True, timeout=PATIENCE).stdout
-            if '"Lanternfly"' in nodes:
-                return
-        self.fail("PipeWire has no camera of this name")
+        """Browsers look for cameras once, through the portal, which has to know it by then."""
+        def is_in_pipewire():
+            return '"Lanternfly"' in subprocess.run(
+                [*AS_USER, "pw-dump"], env=desktop.environment, capture_output=True, text=True,
+                timeout=PATIENCE).stdout
+
+        def is_in_portal():
+            return "true" in desktop.call(
+                "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                "org.freedesktop.DBus.Properties.Get", "org.freedesktop.portal.Camera",
+                "IsCameraPresent")
+
+        for is_there, problem in ((is_in_pipewire, "PipeWire has no camera of this name"),
+                                  (is_in_portal, "the portal sees no camera")):
+            end = time.monotonic() + PATIENCE
+            while not is_there():
+                if time.monotonic() > end:
+                    self.fail(problem)
 
     def check(self, seen):
         self.assertNotIn("error", seen)
