@@ -89,6 +89,18 @@ void blocky(std::vector<uint8_t>& rgb, int w, int h, float q) {
         }
 }
 
+// Another hand of the same person beside, before or behind the first one, at any angle.
+HandState handNear(const HandState& hand, const std::vector<HandPose>& library, Rng& g) {
+    HandState other;
+    other.present = true;
+    other.pose = library[g.next() % size_t(PoseName::Count)];
+    other.rot = euler(g.nrm() * 60, g.uni(-180, 180), g.nrm() * 30);
+    const float angle = g.uni(-kPi, kPi), distanceCm = g.uni(7, 17);
+    other.pos =
+        hand.pos + V3(std::cos(angle) * distanceCm, std::sin(angle) * distanceCm, g.uni(-9, 4));
+    return other;
+}
+
 std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
     Rng g(a.seed * 1000003ULL + i * 2 + 1);
     Presenter P = presenterFor(a.seed * 977 + i + 2);
@@ -184,6 +196,9 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
        back = (right ? h.rot : mirrored(h.rot)) * V3(0, -1, 0);
     h.useElbow = true;
     h.elbow = h.pos + norm(ik * .55f + back + V3(g.nrm(), g.nrm(), g.nrm()) * .22f) * 27.f;
+    // Numbers of its own, so that the samples with one hand stay what they were.
+    Rng second(a.seed * 7919ULL + i * 2 + 1);
+    if (second.chance(.2f)) m.hand[1 - hi] = handNear(h, lib, second);
     buildScene(f.scene, m, P);
     bool body = isBeforeFace || g.chance(.6f);
     Moment m0 = m, m1 = m;
@@ -222,8 +237,13 @@ std::string renderSample(const Args& a, int i, Layer* L, Frame& f) {
     std::snprintf(name, sizeof name, "%06d.png", i);
     writePng(a.out + "/" + name, f.rgb, a.crop, a.crop);
     std::ostringstream o;
-    o << "{\"file\":\"" << name << "\",\"hand\":";
-    putHand(o, measure(f.scene.g[hi], cam), f.scene.g[hi], right ? "right" : "left");
+    const auto putHandOf = [&](const char* key, int side) {
+        o << ",\"" << key << "\":";
+        putHand(o, measure(f.scene.g[side], cam), f.scene.g[side], side == 0 ? "right" : "left");
+    };
+    o << "{\"file\":\"" << name << "\"";
+    putHandOf("hand", hi);
+    if (m.hand[1 - hi].present) putHandOf("other", 1 - hi);
     o << "}";
     return o.str();
 }
