@@ -7,7 +7,18 @@ import cv2
 import numpy as np
 
 from augment import bend_fingers, blend, finish, light_table, random_view
-from geometry import BONES, CROP_PX, box_side, crop_matrix, crop_of, cut, pinch_ratio, to_crop
+from geometry import (
+    BONES,
+    CROP_PX,
+    box_of,
+    box_side,
+    crop_matrix,
+    crop_of,
+    cut,
+    overlap,
+    pinch_ratio,
+    to_crop,
+)
 
 STORED_PX = 256  # a stored crop
 STORED_COVER = 1.6  # covers this many times the side of the crop that the network sees
@@ -28,20 +39,6 @@ class Crop:
     source: str
     pinch: float
     mask: np.ndarray = None  # of the hand, where it can be cut out
-
-
-def box_of(joints, grow=0.15):
-    low, high = joints.min(0), joints.max(0)
-    margin = grow * (high - low).max()
-    return np.array([*(low - margin), *(high + margin)])
-
-
-def overlap(a, b):
-    """Common area over that of the smaller box."""
-    width = max(0, min(a[2], b[2]) - max(a[0], b[0]))
-    height = max(0, min(a[3], b[3]) - max(a[1], b[1]))
-    areas = ((q[2] - q[0]) * (q[3] - q[1]) for q in (a, b))
-    return width * height / (1e-9 + min(areas))
 
 
 def hand_mask(picture, joints):
@@ -159,14 +156,36 @@ def _cover(view, joints, sure, others, rng):
         axes = (side // 2 - 1, max(2, int(side * rng.uniform(0.15, 0.5))))
         cv2.ellipse(mask, (side // 2, side // 2), axes, rng.uniform(0, 180), 0, 360, 255, -1)
     area[:] = blend(patch, area, mask)
-    local = np.round(joints - (x, y)).astype(int)
-    inside = ((local >= 0) & (local < side)).all(1)
-    local = local.clip(0, side - 1)
-    hidden = inside & (mask[local[:, 1], local[:, 0]] > 0)
-    return np.where(hidden, np.minimum(sure, HIDDEN), sure)
+    cover = np.zeros((CROP_PX, CROP_PX), np.uint8)
+    cover[y : y + side, x : x + side] = mask
+    return _less_sure(joints, sure, cover)
 
 
-def random_hand(hand, others, rng):
+def _less_sure(joints, sure, cover):
+    """What joints count with some of them under a cover, 0…255."""
+    at = np.round(joints).astype(int)
+    inside = ((at >= 0) & (at < CROP_PX)).all(1)
+    x, y = at.clip(0, CROP_PX - 1).T
+    return np.where(inside & (cover[y, x] > 127), np.minimum(sure, HIDDEN), sure)
+
+
+def _lay_hand(view, cuttable, rng):
+    """Lays another hand over the view, beside its middle. → where it covers, 0…255"""
+    hand = cuttable[rng.integers(len(cuttable))]
+    side = SIDE * rng.uniform(0.8, 1.3)
+    matrix = crop_matrix((*MIDDLE, side, rng.uniform(-math.pi, math.pi)), CROP_PX)
+    if rng.uniform() < 0.5:
+        matrix = matrix @ np.float32([[-1, 0, CROP_PX - 1], [0, 1, 0], [0, 0, 1]])
+    away = rng.uniform(-math.pi, math.pi)
+    shift = np.array([math.cos(away), math.sin(away)]) * rng.uniform(0.4, 0.8) * CROP_PX
+    matrix[:, 2] -= matrix[:, :2] @ shift
+    front = cv2.LUT(cut(hand.picture, matrix, CROP_PX), light_table(rng, 0.8))
+    cover = cut(hand.mask, matrix, CROP_PX)
+    view[:] = blend(front, view, cover)
+    return cover
+
+
+def random_hand(hand, others, cuttable, rng):
     """→ view CROP_PX square, joints in its pixels, what each joint counts, right"""
     flip = rng.uniform() < 0.5
     matrix = random_view(MIDDLE, SIDE, CROP_PX, rng, flip)
@@ -188,15 +207,21 @@ def random_hand(hand, others, rng):
         back = random_view(MIDDLE, SIDE, CROP_PX, rng, rng.uniform() < 0.5)
         back = cut(others[rng.integers(len(others))], back, CROP_PX)
         back = finish(back, rng, window=0.2)
+        if rng.uniform() < 0.12:
+            _lay_hand(back, cuttable, rng)
         view = blend(view, back, take(hand.mask))
     sure = hand.sure * ((joints > -2) & (joints < CROP_PX + 1)).all(1)
-    if rng.uniform() < 0.2:
+    u = rng.uniform()
+    if u < 0.2:
         sure = _cover(view, joints, sure, others, rng)
+    elif u < 0.32:
+        sure = _less_sure(joints, sure, _lay_hand(view, cuttable, rng))
     return finish(view, rng), joints, sure, 1 - hand.right if flip else hand.right
 
 
-def random_batch(hands, others, weights, size, rng):
-    """→ views (size, n, n, 3), joints in 0…1 of the crop, what they count, (presence, right)"""
+def random_batch(hands, others, cuttable, weights, size, rng):
+    """cuttable: those of the hands that have a mask.
+    → views (size, n, n, 3), joints in 0…1 of the crop, what they count, (presence, right)"""
     views = np.empty((size, CROP_PX, CROP_PX, 3), np.uint8)
     joints = np.zeros((size, 21, 2), np.float32)
     sure = np.zeros((size, 21), np.float32)
@@ -209,7 +234,7 @@ def random_batch(hands, others, weights, size, rng):
             other = cut(others[rng.integers(len(others))], matrix, CROP_PX)
             views[i] = finish(other, rng, window=0.25)
             continue
-        views[i], points, sure[i], right = random_hand(hands[chosen[i]], others, rng)
+        views[i], points, sure[i], right = random_hand(hands[chosen[i]], others, cuttable, rng)
         joints[i] = (points + 0.5) / CROP_PX
         classes[i] = 1, right
     return views, joints, sure, classes

@@ -72,6 +72,20 @@ def box_side(joints):
     return float((joints.max(0) - joints.min(0)).max())
 
 
+def box_of(joints, grow=0.15):
+    low, high = joints.min(0), joints.max(0)
+    margin = grow * (high - low).max()
+    return np.array([*(low - margin), *(high + margin)])
+
+
+def overlap(a, b):
+    """Common area over that of the smaller box."""
+    width = max(0, min(a[2], b[2]) - max(a[0], b[0]))
+    height = max(0, min(a[3], b[3]) - max(a[1], b[1]))
+    areas = ((q[2] - q[0]) * (q[3] - q[1]) for q in (a, b))
+    return width * height / (1e-9 + min(areas))
+
+
 def pinch_ratio(joints):
     """|thumb tip − index tip| / |wrist − middle MCP|"""
     gap = np.linalg.norm(joints[4] - joints[8])

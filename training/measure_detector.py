@@ -6,8 +6,7 @@ import cv2
 import numpy as np
 import torch
 
-from crops import box_of, overlap
-from geometry import box_side, crop_of, decode_faces, decode_hands, letterbox
+from geometry import box_of, box_side, crop_of, decode_faces, decode_hands, letterbox, overlap
 from trainer import to_tensor
 
 FRAME_WIDTH, FRAME_HEIGHT = 640, 360

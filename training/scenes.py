@@ -7,14 +7,14 @@ import cv2
 import numpy as np
 
 from augment import blend, finish, light_table
-from crops import box_of, hand_mask, overlap
+from crops import hand_mask
 from geometry import DETECTOR_HEIGHT as H
 from geometry import DETECTOR_STRIDE as STRIDE
 from geometry import DETECTOR_WIDTH as W
-from geometry import box_side, crop_of
+from geometry import box_of, box_side, crop_of, overlap
 
 LARGEST_DISAGREEMENT = 0.15
-SURE_FACE = 0.75
+SURE_FACE = 0.6
 SMALLEST_HAND_PX, SMALLEST_FACE_PX = 10, 9
 FRAME = (0, 0, W, H)
 
@@ -146,6 +146,8 @@ class SceneMaker:
                 picture = self._paste(picture, labels, rng)
         if rng.uniform() < 0.2:
             self._window(picture, labels, rng)
+        if rng.uniform() < 0.25:
+            self._clutter(picture, labels, rng)
         return finish(picture, rng), labels
 
     def _mosaic(self, rng):
@@ -177,7 +179,9 @@ class SceneMaker:
         if u < 0.38 and traps:
             x, y, size = traps[rng.integers(len(traps))]
             scale = min(4, math.exp(rng.uniform(math.log(0.1), math.log(0.55))) * W / size)
-            source, target = (x, y), (rng.uniform(0.2, 0.8) * W, rng.uniform(0.25, 0.8) * H)
+            # A face that the edge cuts has the shape of a hand.
+            across = rng.uniform(0.2, 0.8) if rng.uniform() < 0.7 else rng.choice([0.02, 0.98])
+            source, target = (x, y), (across * W, rng.uniform(0.25, 0.8) * H)
         elif u < 0.65:
             joints = scene.hands[rng.integers(len(scene.hands))][0]
             size = math.exp(rng.uniform(math.log(13), math.log(150)))
@@ -218,11 +222,31 @@ class SceneMaker:
         """A blown-out window beside hands and faces."""
         w, h = (int(rng.uniform(0.06, 0.4) * s) for s in (W, H))
         x, y = int(rng.integers(0, W - w)), int(rng.integers(0, H - h))
-        box = np.array([x, y, x + w, y + h])
-        faces = (np.array([f[0] - f[2], f[1] - f[3], f[0] + f[2], f[1] + f[3]]) for f in labels.faces)
-        hands = (box_of(hand[0]) for hand in labels.hands)
-        if not any(overlap(box, b) > 0.02 for b in (*faces, *hands)):
+        if _is_free(np.array([x, y, x + w, y + h]), labels):
             picture[y : y + h, x : x + w] = int(rng.integers(225, 256))
+
+    @staticmethod
+    def _clutter(picture, labels, rng):
+        """Small things beside hands and faces: switches, lamps, handles, prints on a shirt."""
+        for _ in range(rng.integers(1, 6)):
+            w, h = rng.uniform(4, 34, 2)
+            x, y = rng.uniform(0, W), rng.uniform(0, H)
+            if not _is_free(np.array([x - w, y - h, x + w, y + h]), labels):
+                continue
+            for part in (1, rng.uniform(0.3, 0.8)):
+                box = (x, y), (w * part, h * part), rng.normal(0, 20)
+                colour = rng.integers(0, 256, 3).tolist()
+                if rng.uniform() < 0.5:
+                    cv2.ellipse(picture, box, colour, -1)
+                else:
+                    cv2.fillConvexPoly(picture, cv2.boxPoints(box).astype(np.int32), colour)
+
+
+def _is_free(box, labels):
+    """Whether no hand and no face, nor what is close around it, lies in the box."""
+    faces = (np.array([f[0] - f[2], f[1] - f[3], f[0] + f[2], f[1] + f[3]]) for f in labels.faces)
+    hands = (box_of(hand[0]) for hand in labels.hands)
+    return all(overlap(box, taken) <= 0.02 for taken in (*faces, *hands))
 
 
 def encode(labels):

@@ -113,14 +113,14 @@ def main():
     rng = np.random.default_rng(args.seed)
     photos = read_photos(args.photos, "train", args.prepared) + read_rendered(args.rendered, "train")
     hands, others = cut_photos(photos, "train", rng)
-    weights = sampling_weights(hands)
+    weights, cuttable = sampling_weights(hands), [h for h in hands if h.mask is not None]
     held, held_others = cut_photos(read_photos(args.photos, "test", args.prepared), "test", rng)
     held, held_others = held[::3], held_others[::8]
     trainer = Trainer(LandmarkNet(), args.out, args.minutes, args.rate, args.start)
     trainer.log(hands=len(hands), others=len(others), held=len(held), held_others=len(held_others))
 
     batches = start_loaders(
-        lambda rng: random_batch(hands, others, weights, BATCH, rng),
+        lambda rng: random_batch(hands, others, cuttable, weights, BATCH, rng),
         [args.seed, trainer.steps],
         args.loaders,
     )
