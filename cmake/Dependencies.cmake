@@ -37,6 +37,8 @@ endfunction()
 
 imported_library(lanternfly::yuv libyuv.h . yuv)
 imported_library(lanternfly::opencv opencv2/dnn.hpp opencv4 opencv_dnn opencv_imgproc opencv_core)
+# The OpenMP library is the one that oneDNN itself uses, whatever the compiler brings along.
+imported_library(lanternfly::onednn oneapi/dnnl/dnnl.hpp . dnnl libgomp.so.1)
 # Static, and in the order in which they need each other.
 imported_library(lanternfly::glslang glslang/Public/ShaderLang.h .
   glslang MachineIndependent OSDependent OGLCompiler GenericCodeGen SPIRV

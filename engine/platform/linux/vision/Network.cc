@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <opencv2/core/utils/logger.hpp>
 
+#include "platform/linux/vision/OneDnnConvolutions.h"
 #include "platform/linux/vision/OnnxGraph.h"
 #include "platform/linux/vision/OnnxInput.h"
 
@@ -82,6 +83,7 @@ void Network::load() {
         _planes.emplace_back(size.y, size.x, CV_32F, _input.ptr<float>(0, channel));
     if (!isCoherentNetwork(bytes)) throw unusable(damagedText);
     const QuietOpenCv quiet;
+    const OneDnnConvolutions faster;
     try {
         _net = cv::dnn::readNetFromONNX(bytes.data(), bytes.size());
         const auto names = _net.getUnconnectedOutLayersNames();
