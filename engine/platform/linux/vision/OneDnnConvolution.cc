@@ -57,11 +57,14 @@ void compute(Compute&& compute) {
 } // namespace
 
 bool OneDnnConvolution::canRun(const cv::dnn::BaseConvolutionLayer& layer) {
-    const auto& weights = layer.blobs;
-    return layer.kernel_size.size() == 2 && layer.padMode.empty() && !weights.empty() &&
-           weights[0].dims == 4 && weights[0].type() == CV_32F &&
-           std::all_of(weights.begin(), weights.end(),
-                       [](const cv::Mat& blob) { return blob.isContinuous(); });
+    const auto isPlain = [](const cv::Mat& blob) {
+        return blob.type() == CV_32F && blob.isContinuous();
+    };
+    const auto& constants = layer.blobs; // weights, and biases where there are any
+    return layer.kernel_size.size() == 2 && layer.padMode.empty() && !constants.empty() &&
+           std::all_of(constants.begin(), constants.end(), isPlain) && constants[0].dims == 4 &&
+           (constants.size() == 1 ||
+            constants[1].total() == static_cast<size_t>(constants[0].size[0]));
 }
 
 OneDnnConvolution::OneDnnConvolution(const cv::Ptr<cv::dnn::BaseConvolutionLayer>& layer)
@@ -76,6 +79,31 @@ bool OneDnnConvolution::getMemoryShapes(const std::vector<MatShape>& inputs, int
     return _layer->getMemoryShapes(inputs, requiredOutputs, outputs, internals);
 }
 
+bool OneDnnConvolution::tryFuse(cv::Ptr<cv::dnn::Layer>& next) {
+    cv::Mat scales, offsets;
+    next->getScaleShift(scales, offsets);
+    const auto channels = static_cast<size_t>(_weights.rows);
+    const auto fits = [&](const cv::Mat& values) {
+        return values.empty() || values.total() == 1 || values.total() == channels;
+    };
+    if ((scales.empty() && offsets.empty()) || !fits(scales) || !fits(offsets)) return false;
+    // One number may stand for all channels.
+    const auto of = [](const cv::Mat& values, int channel) {
+        return values.total() == 1 ? values.at<float>(0) : values.at<float>(channel);
+    };
+    for (int channel = 0; channel < _weights.rows; ++channel) {
+        float& bias = _biases.at<float>(channel);
+        if (!scales.empty()) {
+            const float scale = of(scales, channel);
+            _weights.row(channel) *= scale;
+            bias *= scale;
+        }
+        if (!offsets.empty()) bias += of(offsets, channel);
+    }
+    _isBuilt = false;
+    return true;
+}
+
 bool OneDnnConvolution::setActivation(const cv::Ptr<cv::dnn::ActivationLayer>& activation) {
     const auto relu = activation.dynamicCast<cv::dnn::ReLULayer>();
     _hasReLU = relu && relu->negativeSlope == 0;
@@ -84,7 +112,12 @@ bool OneDnnConvolution::setActivation(const cv::Ptr<cv::dnn::ActivationLayer>& a
 }
 
 void OneDnnConvolution::finalize(cv::InputArrayOfArrays, cv::OutputArrayOfArrays) {
-    _isBuilt = false; // OpenCV decides afterwards what comes after the convolution
+    const auto& constants = _layer->blobs;
+    _weights = constants[0].reshape(1, constants[0].size[0]).clone();
+    _biases = cv::Mat::zeros(1, _weights.rows, CV_32F);
+    if (constants.size() > 1) constants[1].reshape(1, 1).copyTo(_biases);
+    // OpenCV says afterwards what else the convolution shall do.
+    _isBuilt = false;
 }
 
 void OneDnnConvolution::build(const cv::Mat& input, const cv::Mat& output) {
@@ -98,14 +131,14 @@ void OneDnnConvolution::build(const cv::Mat& input, const cv::Mat& output) {
     const auto any = [](const cv::Mat& values) {
         return memory::desc(dimsOf(values), float32, memory::format_tag::any);
     };
-    cv::Mat& weights = _layer->blobs[0];
-    const int groups = input.size[1] / weights.size[1];
-    memory::dims shape = dimsOf(weights);
+    const cv::Mat& blob = _layer->blobs[0];
+    const int groups = input.size[1] / blob.size[1];
+    memory::dims shape = dimsOf(blob);
     if (groups > 1) {
         shape[0] /= groups;
         shape.insert(shape.begin(), groups);
     }
-    const memory::desc bias({weights.size[0]}, float32, memory::format_tag::x);
+    const memory::desc bias({_weights.rows}, float32, memory::format_tag::x);
     dnnl::primitive_attr attributes;
     attributes.set_scratchpad_mode(dnnl::scratchpad_mode::user);
     if (_hasReLU) {
@@ -125,19 +158,13 @@ void OneDnnConvolution::build(const cv::Mat& input, const cv::Mat& output) {
     _output = port(output, description.dst_desc());
     if (_output.isReordered) _output.reorder = dnnl::reorder(_output.own, _output.plain);
     const auto order = groups > 1 ? memory::format_tag::goihw : memory::format_tag::oihw;
-    memory plainWeights({shape, float32, order}, _engine, weights.data);
+    memory plainWeights({shape, float32, order}, _engine, _weights.data);
     memory ownWeights(description.weights_desc(), _engine);
     dnnl::reorder(plainWeights, ownWeights).execute(_stream, plainWeights, ownWeights);
-    memory biases(bias, _engine);
-    auto* values = static_cast<float*>(biases.get_data_handle());
-    if (_layer->blobs.size() > 1)
-        std::copy_n(_layer->blobs[1].ptr<float>(), weights.size[0], values);
-    else
-        std::fill_n(values, weights.size[0], 0.F);
     _convolution = dnnl::convolution_forward(description);
     _arguments = {{DNNL_ARG_SRC, _input.own},
                   {DNNL_ARG_WEIGHTS, ownWeights},
-                  {DNNL_ARG_BIAS, biases},
+                  {DNNL_ARG_BIAS, memory(bias, _engine, _biases.data)},
                   {DNNL_ARG_DST, _output.own},
                   {DNNL_ARG_SCRATCHPAD, memory(description.scratchpad_desc(), _engine)}};
     _isBuilt = true;

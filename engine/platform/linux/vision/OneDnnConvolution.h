@@ -19,6 +19,8 @@ public:
     bool getMemoryShapes(const std::vector<cv::dnn::MatShape>& inputs, int requiredOutputs,
                          std::vector<cv::dnn::MatShape>& outputs,
                          std::vector<cv::dnn::MatShape>& internals) const override;
+    // Takes a scale and an offset of each channel, such as a normalisation, into the weights.
+    bool tryFuse(cv::Ptr<cv::dnn::Layer>& next) override;
     // Takes a ReLU, and takes it back when `activation` is empty.
     bool setActivation(const cv::Ptr<cv::dnn::ActivationLayer>& activation) override;
     void finalize(cv::InputArrayOfArrays inputs, cv::OutputArrayOfArrays outputs) override;
@@ -37,6 +39,7 @@ private:
     void build(const cv::Mat& input, const cv::Mat& output);
 
     cv::Ptr<cv::dnn::BaseConvolutionLayer> _layer;
+    cv::Mat _weights, _biases; // with what was taken into them: outputs × …, 1 × outputs
     bool _hasReLU = false;
     bool _isBuilt = false;
     dnnl::engine _engine{dnnl::engine::kind::cpu, 0};

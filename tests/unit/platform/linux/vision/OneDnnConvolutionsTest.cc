@@ -18,7 +18,7 @@ struct Shape {
     int kernelHeight = 3, kernelWidth = 3, stride = 1, dilation = 1, groups = 1;
     std::vector<int> pads{1, 1, 1, 1}; // top, left, bottom, right
     bool hasBias = true;
-    const char* after = nullptr; // the type of a layer that follows
+    std::vector<const char*> after{}; // the types of layers that follow
 };
 
 void PrintTo(const Shape& shape, std::ostream* stream) {
@@ -56,8 +56,14 @@ cv::dnn::Net networkOf(const Shape& shape, const cv::dnn::LayerParams& convoluti
     cv::dnn::Net network;
     cv::dnn::LayerParams parameters = convolution;
     network.addLayerToPrev("convolution", "Convolution", parameters);
-    cv::dnn::LayerParams none;
-    if (shape.after) network.addLayerToPrev("after", shape.after, none);
+    for (const std::string type : shape.after) {
+        cv::dnn::LayerParams next;
+        if (type == "Scale") {
+            next.set("bias_term", true);
+            next.blobs = {random({1, shape.outputs}, 4), random({1, shape.outputs}, 5)};
+        }
+        network.addLayerToPrev(type, type, next);
+    }
     network.setInput(inputOf(shape));
     network.forward();
     return network;
@@ -126,9 +132,11 @@ INSTANTIATE_TEST_SUITE_P(
         Shape{.name = "depthwise", .outputs = 8, .groups = 8},
         Shape{.name = "withoutBias", .hasBias = false},
         Shape{.name = "oddChannels", .inputs = 5, .outputs = 11},
-        Shape{.name = "beforeReLU", .after = "ReLU"},
-        Shape{.name = "beforeReLU6", .after = "ReLU6"},
-        Shape{.name = "beforeSigmoid", .after = "Sigmoid"}),
+        Shape{.name = "beforeReLU", .after = {"ReLU"}},
+        Shape{.name = "beforeReLU6", .after = {"ReLU6"}},
+        Shape{.name = "beforeSigmoid", .after = {"Sigmoid"}},
+        Shape{.name = "beforeScale", .after = {"Scale"}},
+        Shape{.name = "beforeScaleAndReLU", .after = {"Scale", "ReLU"}}),
     [](const auto& test) { return test.param.name; });
 
 TEST(OneDnnConvolutions, LeaveToOpenCvWhatDoesNotSayHowMuchItPads) {
