@@ -6,8 +6,8 @@ namespace lanternfly {
 
 // While one lives, the convolutions of a network that is read and run for the first time become
 // oneDNN's, as far as they have two dimensions and say how much they pad. All others stay OpenCV's,
-// and all do on a processor without AVX2, where oneDNN is the slower one. The results differ by
-// rounding.
+// and all do on a processor without AVX2, where oneDNN is the slower one, and where a program may
+// not make code. The results differ by rounding.
 class OneDnnConvolutions {
 public:
     OneDnnConvolutions();

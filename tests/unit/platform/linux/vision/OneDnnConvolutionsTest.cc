@@ -1,11 +1,14 @@
 #include "platform/linux/vision/OneDnnConvolutions.h"
 
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <opencv2/dnn.hpp>
+#include <seccomp.h>
+#include <sys/mman.h>
 
 #include "platform/linux/vision/OneDnnConvolution.h"
 
@@ -81,6 +84,17 @@ bool isOneDnn(cv::dnn::Net network) {
 cv::Mat answerOf(cv::dnn::Net network, const cv::Mat& input) {
     network.setInput(input);
     return network.forward().clone();
+}
+
+// As a hardened service is started.
+void forbidNewCode() {
+    const auto filter = seccomp_init(SCMP_ACT_ALLOW);
+    for (const int call : {SCMP_SYS(mmap), SCMP_SYS(mprotect)})
+        ASSERT_EQ(seccomp_rule_add(filter, SCMP_ACT_ERRNO(EACCES), call, 1,
+                                   SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, PROT_EXEC)),
+                  0);
+    ASSERT_EQ(seccomp_load(filter), 0);
+    seccomp_release(filter);
 }
 
 class OneDnnConvolutionsOf : public testing::TestWithParam<Shape> {
@@ -159,6 +173,18 @@ TEST(OneDnnConvolutions, LeaveOtherNetworksOfTheProgramAlone) {
     EXPECT_EQ(isOneDnn(networkOf(shape, parameters)), OneDnnConvolutions::areFaster());
     outer.reset();
     EXPECT_FALSE(isOneDnn(networkOf(shape, parameters)));
+}
+
+TEST(OneDnnConvolutionsDeathTest, AreNotUsedWhereAProgramMayNotMakeCode) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const Shape shape{.name = "plain"};
+    EXPECT_EXIT(
+        {
+            forbidNewCode();
+            const bool isFaster = isOneDnn(fasterNetworkOf(shape, parametersOf(shape)));
+            std::_Exit(isFaster ? EXIT_FAILURE : EXIT_SUCCESS);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 } // namespace lanternfly
