@@ -22,6 +22,8 @@ class Residual(nn.Module):
     def __init__(self, channels):
         super().__init__()
         self.f = nn.Sequential(conv(channels, channels, 3), conv(channels, channels, 3, relu=False))
+        # It begins as the identity (Goyal et al. 2017), so that a trained network may be deepened.
+        nn.init.zeros_(self.f[1][1].weight)
 
     def forward(self, x):
         return F.relu(x + self.f(x))
@@ -37,8 +39,8 @@ class LandmarkNet(nn.Module):
         self.stem = conv(3, 16, 3, 2)
         self.s1 = nn.Sequential(conv(16, 32, 3, 2))
         self.s2 = nn.Sequential(conv(32, 64, 3, 2), Residual(64))
-        self.s3 = nn.Sequential(conv(64, 96, 3, 2), Residual(96), Residual(96))
-        self.s4 = nn.Sequential(conv(96, 128, 3, 2), Residual(128))
+        self.s3 = nn.Sequential(conv(64, 96, 3, 2), *(Residual(96) for _ in range(4)))
+        self.s4 = nn.Sequential(conv(96, 128, 3, 2), *(Residual(128) for _ in range(4)))
         self.l4, self.l3, self.l2 = (conv(c, 48, relu=False) for c in (128, 96, 64))
         self.l1, self.r1 = conv(32, 32, relu=False), conv(48, 32, relu=False)
         self.d3, self.d2, self.d1 = conv(48, 48, 3), conv(48, 48, 3), conv(32, 32, 3)

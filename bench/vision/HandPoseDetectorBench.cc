@@ -1,4 +1,5 @@
-// What hand detection costs a picture, whole and in parts. Read the CPU column: the wall clock of a
+// What hand detection costs a picture, whole and in parts. ONEDNN_MAX_CPU_ISA=SSE41 leaves the
+// convolutions to OpenCV, to compare with. Read the CPU column: the wall clock of a
 // busy machine also counts other programs.
 #include <benchmark/benchmark.h>
 
