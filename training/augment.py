@@ -72,6 +72,17 @@ def _window(picture, rng):
     return blend(np.full_like(picture, rng.integers(235, 256)), picture, mask)
 
 
+def _flare(picture, rng):
+    """Light from a window beside or behind: a wide white glow."""
+    height, width = picture.shape[:2]
+    cells = (np.arange(16) + 0.5) / 16
+    x, y, reach = rng.uniform(-0.2, 1.2), rng.uniform(-0.2, 1.2), rng.uniform(0.15, 0.6)
+    glow = np.exp(-(((cells - y) / reach) ** 2)[:, None] - ((cells - x) / reach) ** 2)
+    glow = (glow * rng.uniform(80, 300)).clip(0, 255).astype(np.uint8)
+    glow = cv2.resize(glow, (width, height), interpolation=cv2.INTER_LINEAR)
+    return cv2.add(picture, cv2.merge([glow] * 3))
+
+
 def finish(picture, rng, window=0.0):
     """What light and camera do to a picture; `window`: the chance of a blown-out patch."""
     if rng.uniform() < 0.85:
@@ -80,6 +91,8 @@ def finish(picture, rng, window=0.0):
         picture = _saturation(picture, rng)
     if rng.uniform() < window:
         picture = _window(picture, rng)
+    if rng.uniform() < 0.05 + window:
+        picture = _flare(picture, rng)
     return _camera(picture, rng)
 
 

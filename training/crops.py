@@ -25,7 +25,7 @@ STORED_COVER = 1.6  # covers this many times the side of the crop that the netwo
 SIDE = STORED_PX / STORED_COVER
 MIDDLE = np.array([STORED_PX / 2, STORED_PX / 2])
 LARGEST_DISAGREEMENT = {"train": 0.12, "test": 0.08}
-NEGATIVE_PART = 0.17
+NEGATIVE_PART = 0.25
 FALSE_HAND_BOOST = 3  # what an earlier network took for a hand comes more often
 HIDDEN = 0.25  # what a joint under an occluder still counts
 
@@ -117,7 +117,7 @@ def cut_photos(photos, part, rng):
             ratio = pinch_ratio(joints)
             crop = Crop(stored, joints, hand.sure, hand.right, photo.source, ratio, mask)
             hands.append(crop)
-        if photo.plain or photo.source == "rendered":
+        if photo.plain:
             continue
         boxes = [box_of(h.joints) for h in photo.hands]
         for place in _places_without_hands(photo, picture.shape[:2], rng):

@@ -71,7 +71,7 @@ def losses(maps, classes, joints, sure, truth):
     )
     side = (side * is_hand).sum() / is_hand.sum().clamp_min(1)
     loss = 0.25 * shape + 7 * place + 3 * vector + 0.4 * ratio
-    loss = loss + 0.6 * presence + 0.6 * side + 0.1 * nowhere
+    loss = loss + 1.2 * presence + 0.6 * side + 0.1 * nowhere
     parts = {"shape": shape, "place": place, "ratio": ratio, "presence": presence, "side": side}
     parts["nowhere"] = nowhere
     return loss, parts
