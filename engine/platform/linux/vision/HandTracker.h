@@ -26,7 +26,7 @@ public:
         // confidence, or a look of the detector with this score.
         int confirmPictures = 2;
         double provenConfidence = 0.8;
-        double provenScore = 0.55;
+        double provenScore = 0.7;
 
         // A tracked hand goes after so many weak pictures in a row, at once below `noPresence`.
         double leavePresence = 0.35;

@@ -321,7 +321,7 @@ TEST(HandTracker, OneSureLookOfTheDetectorProvesAHand) {
     Scene scene;
     scene.hands = {somethingLikeAHandAt(here)};
     HandTracker tracker = following(scene, 5);
-    scene.hands[0].score = 0.56;
+    scene.hands[0].score = HandTracker::Limits::defaults.provenScore;
     tracker.follow(scene); // the sixth picture is searched
     EXPECT_TRUE(tracker.isConfirmed(tracker.hands()[0]));
 }
