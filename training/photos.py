@@ -21,10 +21,10 @@ from geometry import box_of, overlap
 RENDERED_TEST_EVERY = 10
 # The rooms of the one man of SubhiH/HandsDataset that are held out.
 SUBHI_TEST_ROOMS = ("3_1528505750", "46_pic", "16_pic")
-# The public face detector takes fists for faces, never with more than this score.
+# The public face detector takes fists for faces; those that were looked at had less than this score.
 SURE_FACE_ON_A_HAND = 0.85
-UNSURE = 0.5
-NOT_FOR_CROPS = 1.0
+UNSURE = 0.5  # below what counts as a face anywhere
+NOT_FOR_CROPS = 1.0  # a disagreement that no crop is made of
 
 
 @dataclass

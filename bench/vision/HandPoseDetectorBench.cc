@@ -1,6 +1,6 @@
 // What hand detection costs a picture, whole and in parts. ONEDNN_MAX_CPU_ISA=SSE41 leaves the
-// convolutions to OpenCV, to compare with. Read the CPU column: the wall clock of a
-// busy machine also counts other programs.
+// convolutions to OpenCV, to compare with. Read the CPU column: the wall clock of a busy machine
+// also counts other programs.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
