@@ -5,7 +5,7 @@ import math
 import cv2
 import numpy as np
 
-from geometry import box_side, crop_matrix, pinch_ratio
+from geometry import box_side, crop_matrix, mirrored, pinch_ratio
 
 _NOISE = np.random.default_rng(1).normal(0, 1, (420, 420, 3)).astype(np.float32)
 
@@ -114,10 +114,7 @@ def random_view(centre, side, out_px, rng, flip, calm=False):
         shift = rng.uniform(-0.13, 0.13, 2)
     x, y = centre + shift * side
     m = crop_matrix((x, y, side * scale, math.radians(angle)), out_px)
-    if flip:
-        m[:, 2] += m[:, 0] * (out_px - 1)
-        m[:, 0] = -m[:, 0]
-    return m
+    return mirrored(m, out_px) if flip else m
 
 
 def _finger_moves(joints, rng):

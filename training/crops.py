@@ -15,6 +15,7 @@ from geometry import (
     crop_matrix,
     crop_of,
     cut,
+    mirrored,
     overlap,
     pinch_ratio,
     to_crop,
@@ -175,7 +176,7 @@ def _lay_hand(view, cuttable, rng):
     side = SIDE * rng.uniform(0.8, 1.3)
     matrix = crop_matrix((*MIDDLE, side, rng.uniform(-math.pi, math.pi)), CROP_PX)
     if rng.uniform() < 0.5:
-        matrix = matrix @ np.float32([[-1, 0, CROP_PX - 1], [0, 1, 0], [0, 0, 1]])
+        matrix = mirrored(matrix, CROP_PX)
     away = rng.uniform(-math.pi, math.pi)
     shift = np.array([math.cos(away), math.sin(away)]) * rng.uniform(0.4, 0.8) * CROP_PX
     matrix[:, 2] -= matrix[:, :2] @ shift

@@ -52,6 +52,11 @@ def crop_matrix(crop, side_px):
     return np.array([[c, -s, x - (c - s) * half], [s, c, y - (s + c) * half]], np.float32)
 
 
+def mirrored(matrix, side_px):
+    """The same crop seen from behind, left and right swapped."""
+    return matrix @ np.float32([[-1, 0, side_px - 1], [0, 1, 0], [0, 0, 1]])
+
+
 def cut(picture, matrix, side_px):
     flags = cv2.INTER_LINEAR | cv2.WARP_INVERSE_MAP
     size = (side_px, side_px)

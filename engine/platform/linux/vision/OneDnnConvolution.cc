@@ -44,11 +44,11 @@ memory::dims gapsOf(const std::vector<size_t>& dilations) {
     return gaps;
 }
 
-template <typename Compute>
-void compute(Compute&& compute) {
+template <typename Work>
+void compute(Work&& work) {
     const OneThread oneThread;
     try {
-        compute();
+        work();
     } catch (const dnnl::error& error) {
         CV_Error(cv::Error::StsError, error.what());
     }

@@ -28,9 +28,10 @@ bool hasAvx2() {
 
 // oneDNN writes its code when the program runs, which a hardened system forbids.
 bool mayMakeCode() {
-    const dnnl::memory::desc values({1}, dnnl::memory::data_type::f32, dnnl::memory::format_tag::x);
-    const dnnl::engine engine(dnnl::engine::kind::cpu, 0);
     try {
+        const dnnl::memory::desc values({1}, dnnl::memory::data_type::f32,
+                                        dnnl::memory::format_tag::x);
+        const dnnl::engine engine(dnnl::engine::kind::cpu, 0);
         const dnnl::eltwise_forward::primitive_desc relu(
             {dnnl::prop_kind::forward_inference, dnnl::algorithm::eltwise_relu, values, 0, 0},
             engine);
